@@ -1,0 +1,12 @@
+/** @file
+  Event groups the boot manager signals when it hands over to an OS loader.
+**/
+#ifndef GUID_EVENT_GROUP_H_
+#define GUID_EVENT_GROUP_H_
+
+#include <Uefi/UefiBaseType.h>
+
+CARVEX_GUID_DEFINE (gEfiEventReadyToBootGuid, 0x7ce88fb3, 0x4bd7, 0x4679, 0x87, 0xa8, 0xa8, 0xd8, 0xde, 0xe5, 0x0d, 0x2b);
+CARVEX_GUID_DEFINE (gEfiEventLegacyBootGuid, 0x2a571201, 0x4966, 0x47f6, 0x8b, 0x86, 0xf3, 0x1e, 0x41, 0xf3, 0x2f, 0x10);
+
+#endif

@@ -1,0 +1,20 @@
+/** @file
+  Image entry: the loader calls _ModuleEntryPoint, which runs the image's
+  library constructors and then its entry point. Each image provides the two
+  Process* functions (what EDK II's build generates).
+**/
+#ifndef LIBRARY_UEFI_DRIVER_ENTRY_POINT_H_
+#define LIBRARY_UEFI_DRIVER_ENTRY_POINT_H_
+
+#include <Uefi.h>
+
+extern "C" EFI_STATUS EFIAPI _ModuleEntryPoint (IN EFI_HANDLE ImageHandle, IN EFI_SYSTEM_TABLE *SystemTable);
+
+VOID EFIAPI ProcessLibraryConstructorList (IN EFI_HANDLE ImageHandle, IN EFI_SYSTEM_TABLE *SystemTable);
+EFI_STATUS EFIAPI ProcessModuleEntryPointList (IN EFI_HANDLE ImageHandle, IN EFI_SYSTEM_TABLE *SystemTable);
+
+// Runs the constructors every image shares (service tables, debug sink, PCD)
+// in that order; an image's ProcessLibraryConstructorList calls it first.
+VOID EFIAPI ProcessCommonLibraryConstructors (IN EFI_HANDLE ImageHandle, IN EFI_SYSTEM_TABLE *SystemTable);
+
+#endif

@@ -1,0 +1,13 @@
+/** @file
+  The runtime services table, set by the library constructor.
+**/
+#ifndef LIBRARY_UEFI_RUNTIME_SERVICES_TABLE_LIB_H_
+#define LIBRARY_UEFI_RUNTIME_SERVICES_TABLE_LIB_H_
+
+#include <Uefi.h>
+
+extern EFI_RUNTIME_SERVICES  *gRT;
+
+EFI_STATUS EFIAPI UefiRuntimeServicesTableLibConstructor (IN EFI_HANDLE ImageHandle, IN EFI_SYSTEM_TABLE *SystemTable);
+
+#endif
