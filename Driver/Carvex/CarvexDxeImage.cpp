@@ -1,0 +1,26 @@
+/** @file
+  What the build generates for the CarvexDxe image: its library constructors
+  in dependency order, then the driver's entry point.
+**/
+#include "Carvex.h"
+#include <Library/UefiDriverEntryPoint.h>
+
+VOID
+EFIAPI
+ProcessLibraryConstructorList (
+  IN EFI_HANDLE        ImageHandle,
+  IN EFI_SYSTEM_TABLE  *SystemTable
+  )
+{
+  ProcessCommonLibraryConstructors (ImageHandle, SystemTable);
+}
+
+EFI_STATUS
+EFIAPI
+ProcessModuleEntryPointList (
+  IN EFI_HANDLE        ImageHandle,
+  IN EFI_SYSTEM_TABLE  *SystemTable
+  )
+{
+  return CarvexEntryPoint (ImageHandle, SystemTable);
+}

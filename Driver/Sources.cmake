@@ -1,0 +1,12 @@
+# The driver's sources, shared by the host build and the firmware build.
+set(CARVEX_DRIVER_DIR ${CMAKE_CURRENT_LIST_DIR})
+set(CARVEX_DRIVER_SOURCES
+  ${CARVEX_DRIVER_DIR}/Carvex/Carvex.cpp
+  ${CARVEX_DRIVER_DIR}/Carvex/CarvexPerfSync.cpp
+  ${CARVEX_DRIVER_DIR}/KIV/KivSetupEnter.cpp
+  ${CARVEX_DRIVER_DIR}/NvmDimmConfig/CarvexConfig.cpp
+  ${CARVEX_DRIVER_DIR}/NvmDimmConfig/NvmStatus.cpp
+  ${CARVEX_DRIVER_DIR}/NvmDimmConfig/Utility.cpp
+)
+# Defines the image's constructor and entry lists.
+set(CARVEX_DRIVER_IMAGE_SOURCES ${CARVEX_DRIVER_DIR}/Carvex/CarvexDxeImage.cpp)
