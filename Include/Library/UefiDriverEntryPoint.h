@@ -8,7 +8,15 @@
 
 #include <Uefi.h>
 
-extern "C" EFI_STATUS EFIAPI _ModuleEntryPoint (IN EFI_HANDLE ImageHandle, IN EFI_SYSTEM_TABLE *SystemTable);
+// The loader's entry symbol; a host image (a shared object built with hidden
+// visibility) exports it so that the simulator can find it with dlsym.
+#ifdef __ELF__
+#define CARVEX_IMAGE_EXPORT  __attribute__ ((visibility ("default")))
+#else
+#define CARVEX_IMAGE_EXPORT
+#endif
+
+extern "C" CARVEX_IMAGE_EXPORT EFI_STATUS EFIAPI _ModuleEntryPoint (IN EFI_HANDLE ImageHandle, IN EFI_SYSTEM_TABLE *SystemTable);
 
 VOID EFIAPI ProcessLibraryConstructorList (IN EFI_HANDLE ImageHandle, IN EFI_SYSTEM_TABLE *SystemTable);
 EFI_STATUS EFIAPI ProcessModuleEntryPointList (IN EFI_HANDLE ImageHandle, IN EFI_SYSTEM_TABLE *SystemTable);
