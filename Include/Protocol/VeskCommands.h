@@ -73,6 +73,16 @@ typedef EFI_STATUS (EFIAPI *VESK_GET_REMOTE_PP_ASSERT)(
   IN  UINT8                   Wait
   );
 
+// Hands the board's network setting table (8-byte entries) to the
+// controller, which may replace it with its own.
+typedef EFI_STATUS (EFIAPI *VESK_UPDATE_LAN_SETTING_TABLE)(
+  IN     VESK_COMMANDS_PROTOCOL  *This,
+  IN OUT VOID                    **Table,
+  IN OUT UINT32                  *Count,
+  OUT    UINT8                   *CompletionCode,
+  IN     UINT8                   Reserved
+  );
+
 typedef VOID *VESK_RESERVED_ENTRY;
 
 struct VESK_COMMANDS_PROTOCOL {
@@ -85,6 +95,8 @@ struct VESK_COMMANDS_PROTOCOL {
   VESK_GET_REMOTE_PRESENCE_SETTING    GetRemotePresenceSetting;   // 108
   VESK_RESERVED_ENTRY                 Reserved109;                // 109
   VESK_GET_REMOTE_PP_ASSERT           GetRemotePPAssert;          // 110
+  VESK_RESERVED_ENTRY                 Reserved111[3];             // 111-113
+  VESK_UPDATE_LAN_SETTING_TABLE       UpdateLanSettingTable;      // 114
 };
 
 #define VESK_ENTRY_OFFSET(Position)  ((Position) * 8)
@@ -93,6 +105,7 @@ static_assert (offsetof (VESK_COMMANDS_PROTOCOL, WriteFile) == VESK_ENTRY_OFFSET
 static_assert (offsetof (VESK_COMMANDS_PROTOCOL, AddAuditLog) == VESK_ENTRY_OFFSET (91), "entry 91");
 static_assert (offsetof (VESK_COMMANDS_PROTOCOL, GetRemotePresenceSetting) == VESK_ENTRY_OFFSET (108), "entry 108");
 static_assert (offsetof (VESK_COMMANDS_PROTOCOL, GetRemotePPAssert) == VESK_ENTRY_OFFSET (110), "entry 110");
-static_assert (sizeof (VESK_COMMANDS_PROTOCOL) == VESK_ENTRY_OFFSET (111), "111 entries");
+static_assert (offsetof (VESK_COMMANDS_PROTOCOL, UpdateLanSettingTable) == VESK_ENTRY_OFFSET (114), "entry 114");
+static_assert (sizeof (VESK_COMMANDS_PROTOCOL) == VESK_ENTRY_OFFSET (115), "115 entries");
 
 #endif
