@@ -64,14 +64,42 @@ static_assert (offsetof (OBJECT_STATUS_NODE_HEADER, Signature) == 16, "node sign
 #define NVM_ERR_ARS_IN_PROGRESS              261
 #define NVM_ERR_ARS_IN_PROGRESS_SECURITY     270
 
+// Further NVM status codes the vendor's driver reports (the driver shows
+// its own messages for them).
+#define NVM_ERR_UNKNOWN                      1
+#define NVM_ERR_DIMM_NOT_FOUND               3
+#define NVM_ERR_INVALID_PARAMETER            5
+#define NVM_ERR_BUFFER_TOO_SMALL             7
+#define NVM_ERR_INVALID_SECURITY_STATE       30
+#define NVM_ERR_SECURITY_COUNT_EXPIRED       31
+#define NVM_ERR_SECURITY_FROZEN              32
+#define NVM_ERR_GOAL_ALREADY_EXISTS          37
+#define NVM_ERR_NO_GOAL_TO_DELETE            38
+#define NVM_ERR_INVALID_GOAL_PARAMETERS      39
+#define NVM_ERR_NEW_PASSPHRASE_INVALID       42
+#define NVM_ERR_SOCKET_NOT_FOUND             50
+#define NVM_ERR_REGION_NOT_FOUND             110
+#define NVM_ERR_NAMESPACE_NOT_FOUND          170
+#define NVM_ERR_INVALID_NAMESPACE_NAME       171
+#define NVM_ERR_INVALID_BLOCK_SIZE           172
+#define NVM_ERR_NAMESPACE_NOT_ALIGNED        173
+#define NVM_ERR_TOO_MANY_NAMESPACES          176
+#define NVM_ERR_SENSOR_NOT_SUPPORTED         200
+#define NVM_ERR_THRESHOLD_OUT_OF_RANGE       201
+
 // Security operations of SetSecurityState.
 #define SECURITY_OPERATION_ENABLE             1
 #define SECURITY_OPERATION_CHANGE_PASSPHRASE  2
 #define SECURITY_OPERATION_DISABLE            3
 #define SECURITY_OPERATION_UNLOCK             4
+#define SECURITY_OPERATION_FREEZE             5
 #define SECURITY_OPERATION_SECURE_ERASE       6
 
+#define ARS_STATUS_UNKNOWN          0
+#define ARS_STATUS_NOT_STARTED      1
 #define ARS_STATUS_IN_PROGRESS      2
+#define ARS_STATUS_COMPLETED        3
+#define ARS_STATUS_ABORTED          4
 #define SENSOR_PERCENTAGE_REMAINING 3
 #define DIMM_CATEGORIES_ALL_DETAILS 2
 #define NAMESPACE_ANY_DIMM          0xFFFD
