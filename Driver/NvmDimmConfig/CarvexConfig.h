@@ -12,4 +12,15 @@ extern NVM_DIMM_CONFIG_PROTOCOL  *mNvmDimmConfigProtocol;
 
 EFI_STATUS EFIAPI LocateCarvexConfigProtocol (VOID);
 
+// The client layer's queries and operations over the protocol.
+#include "Capacity.h"
+#include "Convert.h"
+#include "DimmInventory.h"
+#include "Goals.h"
+#include "Regions.h"
+#include "Scrub.h"
+#include "Security.h"
+#include "TextParse.h"
+#include "Thresholds.h"
+
 #endif
