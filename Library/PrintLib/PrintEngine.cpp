@@ -3,9 +3,9 @@
   values and 64-bit ones with an l or L prefix; %p reads a pointer; %c a
   CHAR16 (read as the UINT32 it is promoted to); %s and %S CHAR16 text, %a
   CHAR8 text; %g a GUID pointer; %r an EFI_STATUS. A '*' width or precision
-  is read as a UINTN, so callers cast it: (UINTN)Width. %x and %g print
-  lower-case hex digits; %X, %p and unknown statuses upper-case, and %X and
-  %p pad with zeros when given a width, as EDK II's do. An unknown
+  is read as a UINTN, so callers cast it: (UINTN)Width. Hex digits are
+  upper case everywhere (%x, %X, %p, %g, unknown statuses), and %X and %p
+  pad with zeros when given a width, as EDK II's do. An unknown
   conversion prints its own character. CHAR16 text printed to a CHAR8
   buffer shows characters above 0xFF as '?'.
 **/
@@ -235,8 +235,8 @@ GuidToText (
     }
 
     UINT8  Byte = Bytes[ByteOrder[Index]];
-    Text[Stored++] = "0123456789abcdef"[Byte >> 4];
-    Text[Stored++] = "0123456789abcdef"[Byte & 0xF];
+    Text[Stored++] = "0123456789ABCDEF"[Byte >> 4];
+    Text[Stored++] = "0123456789ABCDEF"[Byte & 0xF];
   }
 
   Text[Stored] = 0;
@@ -380,7 +380,7 @@ FormatToBuffer (
           Field.Flags |= FLAG_ZERO_PAD;
         }
 
-        PutNumber (Out, Value, FALSE, 16, (BOOLEAN)(Character != 'x'), Field);
+        PutNumber (Out, Value, FALSE, 16, TRUE, Field);
         break;
       }
 

@@ -73,9 +73,9 @@ AllCases ()
     Case ("%ld", "-9223372036854775808", (INT64)INT64_MIN),
     Case ("%Ld", "9223372036854775807", (INT64)INT64_MAX),
     Case ("%lu", "18446744073709551615", (UINT64)MAX_UINT64),
-    Case ("%x", "abcdef", (UINT32)0xABCDEF),
+    Case ("%x", "ABCDEF", (UINT32)0xABCDEF),
     Case ("%X", "ABCDEF", (UINT32)0xABCDEF),
-    Case ("%lx", "123456789abcdef0", (UINT64)0x123456789ABCDEF0ULL),
+    Case ("%lx", "123456789ABCDEF0", (UINT64)0x123456789ABCDEF0ULL),
     Case ("%lX|%Lx", "FEDCBA9876543210|1", (UINT64)0xFEDCBA9876543210ULL, (UINT64)1),
     // A 32-bit conversion reads only the low half of a wider argument.
     Case ("%x|%lx", "2|100000002", (UINT64)0x100000002ULL, (UINT64)0x100000002ULL),
@@ -85,7 +85,7 @@ AllCases ()
     Case ("%s|%S", "wide|text", u"wide", u"text"),
     Case ("%a", "narrow", "narrow"),
     Case ("%a|%s", "<null string>|<null string>", (const CHAR8 *)nullptr, (const CHAR16 *)nullptr),
-    Case ("%g", "12345678-9abc-def0-0123-456789abcdef", &kGuid),
+    Case ("%g", "12345678-9ABC-DEF0-0123-456789ABCDEF", &kGuid),
     Case ("%g", "<null guid>", (const EFI_GUID *)nullptr),
     Case ("100%%", "100%"),
     Case ("%q|", "q|"),
@@ -95,9 +95,9 @@ AllCases ()
     Case ("[%-5d]", "[42   ]", (INT32)42),
     Case ("[%05d]", "[-0042]", (INT32)-42),
     Case ("[%-05d]", "[42   ]", (INT32)42),
-    Case ("[%08x]", "[000000ab]", (UINT32)0xAB),
+    Case ("[%08x]", "[000000AB]", (UINT32)0xAB),
     Case ("[%8X]", "[000000AB]", (UINT32)0xAB),
-    Case ("[%016lx]", "[00000000deadbeef]", (UINT64)0xDEADBEEF),
+    Case ("[%016lx]", "[00000000DEADBEEF]", (UINT64)0xDEADBEEF),
     Case ("[%+d|% d|%+d]", "[+5| 5|-5]", (INT32)5, (INT32)5, (INT32)-5),
     Case ("[%.3d]", "[007]", (INT32)7),
     Case ("[%6.3d]", "[   007]", (INT32)7),
@@ -113,7 +113,7 @@ AllCases ()
     Case ("[%-5a]", "[ab   ]", "ab"),
     Case ("[%3a]", "[abcdef]", "abcdef"),
     Case ("[%5c]", "[    Z]", (CHAR16)u'Z'),
-    Case ("[%-40g]", "[12345678-9abc-def0-0123-456789abcdef    ]", &kGuid),
+    Case ("[%-40g]", "[12345678-9ABC-DEF0-0123-456789ABCDEF    ]", &kGuid),
     // Status text.
     Case ("%r", "Success", (EFI_STATUS)EFI_SUCCESS),
     Case ("%r", "Warning Unknown Glyph", (EFI_STATUS)EFI_WARN_UNKNOWN_GLYPH),
@@ -175,7 +175,7 @@ TEST (PrintTruncationTest, EverySmallBufferSize_StaysInsideAndTerminates)
 {
   const std::vector<PrintCase>  Rows = {
     Case ("%a=%-6d|%r", "key=-12   |Not Found", "key", (INT32)-12, (EFI_STATUS)EFI_NOT_FOUND),
-    Case ("%g %,lu", "12345678-9abc-def0-0123-456789abcdef 1,000,000", &kGuid, (UINT64)1000000),
+    Case ("%g %,lu", "12345678-9ABC-DEF0-0123-456789ABCDEF 1,000,000", &kGuid, (UINT64)1000000),
     Case ("[%10s]", "[     wide!]", u"wide!"),
   };
   constexpr UINT8  kGuard = 0x5A;
@@ -251,7 +251,7 @@ TEST (PrintEdgeTest, UnalignedGuid_PrintsFromItsBytes)
   CHAR8              Buffer[64];
   std::memcpy (Bytes + 1, &kGuid, sizeof (kGuid));
   AsciiSPrint (Buffer, sizeof (Buffer), "%g", reinterpret_cast<const EFI_GUID *> (Bytes + 1));
-  EXPECT_STREQ (Buffer, "12345678-9abc-def0-0123-456789abcdef");
+  EXPECT_STREQ (Buffer, "12345678-9ABC-DEF0-0123-456789ABCDEF");
 }
 
 UINTN
