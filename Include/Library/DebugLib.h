@@ -5,7 +5,7 @@
 #ifndef LIBRARY_DEBUG_LIB_H_
 #define LIBRARY_DEBUG_LIB_H_
 
-#include <Uefi/UefiBaseType.h>
+#include <Uefi.h>
 
 #define DEBUG_INIT      0x00000001
 #define DEBUG_WARN      0x00000002
@@ -32,6 +32,9 @@
 VOID EFIAPI DebugPrint (IN UINTN ErrorLevel, IN CONST CHAR8 *Format, ...);
 VOID EFIAPI DebugVPrint (IN UINTN ErrorLevel, IN CONST CHAR8 *Format, IN VA_LIST Marker);
 BOOLEAN EFIAPI DebugPrintLevelEnabled (IN UINTN ErrorLevel);
+// Finds the platform's debug sink and asks it once which levels this image
+// prints; run by ProcessCommonLibraryConstructors.
+EFI_STATUS EFIAPI DebugLibConstructor (IN EFI_HANDLE ImageHandle, IN EFI_SYSTEM_TABLE *SystemTable);
 VOID EFIAPI DebugAssert (IN CONST CHAR8 *FileName, IN UINTN LineNumber, IN CONST CHAR8 *Description);
 
 #define DEBUG(Expression)  \

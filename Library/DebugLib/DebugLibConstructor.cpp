@@ -3,7 +3,7 @@
 **/
 #include <Library/DebugLib.h>
 
-#include "DebugLibConstructor.h"
+#include <Library/DebugLib.h>
 #include "DebugSinkState.h"
 
 #ifdef CARVEX_FIRMWARE

@@ -7,7 +7,7 @@
 #include <Library/UefiRuntimeServicesTableLib.h>
 #include <Library/PcdLib.h>
 
-#include "../DebugLib/DebugLibConstructor.h"
+#include <Library/DebugLib.h>
 
 // Order matters: DebugLib and PcdLib may use the service tables.
 VOID
