@@ -8,7 +8,7 @@ find_program(CARVEX_FW_CLANGXX NAMES clang++ clang++-14 clang++-15 clang++-16 RE
 find_program(CARVEX_FW_LLD_LINK NAMES lld-link lld-link-14 lld-link-15 lld-link-16 REQUIRED)
 
 set(CMAKE_CXX_COMPILER ${CARVEX_FW_CLANGXX})
-set(CMAKE_CXX_COMPILER_TARGET x86_64-unknown-windows)
+set(CARVEX_FW_TARGET x86_64-unknown-windows)
 set(CMAKE_LINKER ${CARVEX_FW_LLD_LINK} CACHE FILEPATH "PE linker" FORCE)
 set(CMAKE_AR ${CARVEX_FW_LLD_LINK} CACHE FILEPATH "COFF librarian (lld-link /lib)" FORCE)
 # The compiler checks must not link: there is no CRT to link against.
@@ -16,7 +16,7 @@ set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
 
 # No host headers: only the compiler's own stddef.h, stdint.h and stdarg.h.
 set(CMAKE_CXX_FLAGS_INIT
-  "-ffreestanding -nostdlibinc -fno-exceptions -fno-rtti -fno-threadsafe-statics \
+  "--target=${CARVEX_FW_TARGET} -ffreestanding -nostdlibinc -fno-exceptions -fno-rtti -fno-threadsafe-statics \
 -fno-c++-static-destructors -fno-stack-protector -mno-stack-arg-probe -mno-red-zone \
 -ffp-contract=off -ffunction-sections -fdata-sections")
 set(CMAKE_CXX_FLAGS_RELEASE_INIT "-Os")

@@ -1,0 +1,30 @@
+/** @file
+  The OVMF scenarios. Each runs once per boot; a scenario that needs the
+  platform to reset (to see what the next boot makes of the variables) asks
+  for another boot.
+**/
+#ifndef SCENARIOS_H_
+#define SCENARIOS_H_
+
+#include "../Common/FwCommon.h"
+
+typedef enum {
+  ScenarioDone,
+  ScenarioNextBoot
+} SCENARIO_RESULT;
+
+typedef SCENARIO_RESULT (*SCENARIO_BOOT)(IN UINT32 Boot);
+
+typedef struct {
+  CONST CHAR8      *Name;
+  UINT32           Boots;
+  SCENARIO_BOOT    Run;
+} SCENARIO;
+
+// The scenario of that name, or NULL.
+CONST SCENARIO *
+FindScenario (
+  IN CONST CHAR8  *Name
+  );
+
+#endif
