@@ -134,7 +134,7 @@ bool hasValue (StmtKind kind) {
 }
 
 FormParser::FormParser (const std::vector<Token> &tokens, const std::string &mainFile)
-    : tokens_ (tokens), c_ (tokens_, {mainFile, 1}), types_ (std::make_unique<TypeTable> ()), structs_ (*types_, pack_) {}
+    : tokens_ (tokens), mainFile_ (mainFile), c_ (tokens_, {mainFile, 1}), types_ (std::make_unique<TypeTable> ()), structs_ (*types_, pack_) {}
 
 std::unique_ptr<FormSet> FormParser::parse () {
   while (!c_.atEnd ()) {
@@ -155,7 +155,7 @@ std::unique_ptr<FormSet> FormParser::parse () {
     }
   }
   if (!formSet_) {
-    c_.fail ("no formset defined");
+    throw CompileError ({mainFile_, 1}, "no formset defined");
   }
   formSet_->types = std::move (types_);
   return std::move (formSet_);
@@ -390,7 +390,8 @@ std::unique_ptr<Statement> FormParser::parseCondition (StmtKind kind, Context co
   s->condition    = parseExpression ();
   c_.expectPunct (";", "after the condition");
   while (!c_.peek ().isIdent ("endif")) {
-    if (c_.atEnd ()) {
+    if (c_.atEnd () || c_.peek ().isIdent ("endform") || c_.peek ().isIdent ("endoneof") ||
+        c_.peek ().isIdent ("endformset")) {
       c_.failAt (at, std::string (kindName (kind)) + " is not closed by 'endif'");
     }
     s->body.push_back (parseItem (context));

@@ -59,6 +59,7 @@ private:
   std::unique_ptr<Expr> makeExpr (Expr::Op op, const Token &at);
 
   const std::vector<Token> &tokens_;
+  std::string               mainFile_;
   TokenCursor               c_;
   std::unique_ptr<TypeTable> types_;
   PackState                 pack_;

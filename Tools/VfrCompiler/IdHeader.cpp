@@ -59,29 +59,13 @@ private:
   std::map<std::string, uint64_t>   seen_;
 };
 
-std::string guidInitializer (const Guid &g) {
-  auto at = [&] (int i, int n) {
-    uint64_t v = 0;
-    for (int k = n - 1; k >= 0; --k) {
-      v = (v << 8) | g[i + k];
-    }
-    return v;
-  };
-  std::string s = "{ " + hex (at (0, 4), 8) + ", " + hex (at (4, 2), 4) + ", " + hex (at (6, 2), 4) + ", { ";
-  for (int i = 8; i < 16; ++i) {
-    s += hex (g[i], 2) + (i < 15 ? ", " : " } }");
-  }
-  return s;
-}
-
 } // namespace
 
 std::string renderIdHeader (const FormSet &fs, const std::string &prefix, const std::string &headerFileName,
                             const std::string &sourceName) {
   const std::string guard = tools::includeGuardFor (headerFileName);
   std::string       out   = "// Identifiers of the forms compiled from " + sourceName +
-                      ".\n// Generated file: do not edit.\n#ifndef " + guard + "\n#define " + guard + "\n\n#define " +
-                      prefix + "FORMSET_GUID " + guidInitializer (fs.guid) + "\n";
+                      ".\n// Generated file: do not edit.\n#ifndef " + guard + "\n#define " + guard + "\n";
   {
     Section stores (out, prefix, "VARSTORE", "Variable stores: id and size in bytes");
     for (const auto &s : fs.stores) {

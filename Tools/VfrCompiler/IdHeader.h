@@ -1,5 +1,6 @@
 // The generated header of identifiers that C++ code shares with the forms:
-// form set GUID, store ids and sizes, form, question and label numbers.
+// store ids and sizes, form, question and label numbers. (The form set GUID
+// already lives in the header the form source includes.)
 #pragma once
 
 #include "FormAst.h"
