@@ -404,33 +404,21 @@ ConvertFwVersion (
   IN  UINT16  Field4
   )
 {
-  // Room for "255.255.255.65535" and then some.
-  CONST UINTN  TextChars = 32;
-  CHAR16       *pText;
+  // Room for the longest text, "255.255.255.65535"; formatted here rather
+  // than in pool so that a module's version never goes missing for want of
+  // memory.
+  CHAR16  Text[24];
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
 
-  pText = (CHAR16 *)AllocateZeroPool (TextChars * sizeof (CHAR16));
-  if ((pText != NULL) && (Out != NULL)) {
+  if (Out != NULL) {
     if ((Field1 == 0) && (Field2 == 0) && (Field3 == 0) && (Field4 == 0)) {
-      UnicodeSPrint (pText, TextChars * sizeof (CHAR16), u"N/A");
+      UnicodeSPrint (Text, sizeof (Text), u"N/A");
     } else {
-      UnicodeSPrint (
-        pText,
-        TextChars * sizeof (CHAR16),
-        u"%02d.%02d.%02d.%04d",
-        (INT32)Field1,
-        (INT32)Field2,
-        (INT32)Field3,
-        (INT32)Field4
-        );
+      UnicodeSPrint (Text, sizeof (Text), u"%02d.%02d.%02d.%04d", (INT32)Field1, (INT32)Field2, (INT32)Field3, (INT32)Field4);
     }
 
-    StrnCpyS (Out, FW_VERSION_CHARS, pText, FW_VERSION_CHARS - 1);
-  }
-
-  if (pText != NULL) {
-    FreePool (pText);
+    StrnCpyS (Out, FW_VERSION_CHARS, Text, FW_VERSION_CHARS - 1);
   }
 
   DEBUG ((DEBUG_ERROR, "%a:Exit\n", __func__));
