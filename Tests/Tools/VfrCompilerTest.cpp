@@ -22,6 +22,19 @@ struct CGuid {
   uint8_t  d4[8];
 };
 
+// The same GUID written without the inner braces, as the sample's class GUID is.
+struct FlatGuid {
+  uint32_t d1;
+  uint16_t d2, d3;
+  uint8_t  b0, b1, b2, b3, b4, b5, b6, b7;
+};
+
+std::vector<uint8_t> guidBytes (const FlatGuid &g) {
+  std::vector<uint8_t> out (16);
+  std::memcpy (out.data (), &g, 16);
+  return out;
+}
+
 std::vector<uint8_t> guidBytes (const CGuid &g) {
   std::vector<uint8_t> out (16);
   std::memcpy (out.data (), &g, 16); // the host is little-endian, as UEFI is
@@ -79,7 +92,7 @@ TEST (SampleForms, FormSetHeader_CarriesGuidStringsAndClassGuids) {
   EXPECT_EQ (fs.u16 (20), STR_HELP);
   EXPECT_EQ (fs.u8 (22), 2); // class GUID count
   EXPECT_EQ (slice (fs, 23, 16), guidBytes (kPlatformSetupClass));
-  EXPECT_EQ (slice (fs, 39, 16), guidBytes (CGuid SAMPLE_CLASS_GUID));
+  EXPECT_EQ (slice (fs, 39, 16), guidBytes (FlatGuid SAMPLE_CLASS_GUID));
 }
 
 TEST (SampleForms, Stores_PrecedeTheFirstForm) {

@@ -17,9 +17,9 @@ std::vector<DecodedChar> decodeUtf8 (const std::string &bytes, const std::string
   auto bad = [&] () { throw tools::CompileError ({fileName, line}, "invalid UTF-8"); };
   while (i < bytes.size ()) {
     const auto lead = static_cast<unsigned char> (bytes[i]);
-    char32_t   code;
-    int        extra;
-    char32_t   minimum;
+    char32_t   code    = 0;
+    int        extra   = 0;
+    char32_t   minimum = 0;
     if (lead < 0x80) {
       code = lead, extra = 0, minimum = 0;
     } else if ((lead & 0xE0) == 0xC0) {
