@@ -46,7 +46,7 @@ function(carvex_efi_image name)
   add_custom_command(OUTPUT ${stamp}
     COMMAND ${CARVEX_PECHECK} --subsystem ${IMG_SUBSYSTEM} --map ${map} $<TARGET_FILE:${name}>
     COMMAND ${CMAKE_COMMAND} -E touch ${stamp}
-    DEPENDS ${name} ${CARVEX_PECHECK_DEPENDS}
+    DEPENDS ${name}
     COMMENT "Checking ${name}.efi"
     VERBATIM)
   add_custom_target(${name}_check ALL DEPENDS ${stamp})
