@@ -28,7 +28,7 @@ bool readScope (const uint8_t *data, size_t size, size_t &pos, std::vector<Op> &
       return false;
     }
     Op op;
-    op.code  = data[pos];
+    op.code = data[pos];
     op.scope = (data[pos + 1] & 0x80) != 0;
     op.bytes.assign (data + pos, data + pos + length);
     pos += length;

@@ -19,14 +19,14 @@ bool decodeOne (const uint8_t *p, size_t length, Language &lang) {
     ADD_FAILURE () << "string package too short";
     return false;
   }
-  lang.hdrSize          = le (p + 4, 4);
+  lang.hdrSize = le (p + 4, 4);
   lang.stringInfoOffset = le (p + 8, 4);
-  lang.windowZero       = true;
+  lang.windowZero = true;
   for (int i = 12; i < 44; ++i) {
     lang.windowZero = lang.windowZero && p[i] == 0;
   }
   lang.languageName = static_cast<uint16_t> (le (p + 44, 2));
-  size_t pos        = 46;
+  size_t pos = 46;
   while (pos < length && p[pos] != 0) {
     lang.name += static_cast<char> (p[pos++]);
   }

@@ -18,7 +18,7 @@ struct Language {
   std::string                        name;
   uint32_t                           hdrSize = 0, stringInfoOffset = 0;
   uint16_t                           languageName = 0;
-  bool                               windowZero   = false;
+  bool                               windowZero = false;
   std::map<uint16_t, std::u16string> strings;
   uint16_t                           maxId = 0; // last identifier the blocks cover
   std::vector<Block>                 blocks;    // in order, END excluded

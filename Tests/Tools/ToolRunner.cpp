@@ -29,8 +29,8 @@ ToolResult run (const std::string &tool, const ScratchDir &dir, const std::vecto
   fs::create_directories (dir.path () + "/out");
   command += " -o '" + dir.path () + "/out' --binary '" + binPath + "' 2>'" + errPath + "'";
   ToolResult result;
-  const int  status  = std::system (command.c_str ());
-  result.exitCode    = WIFEXITED (status) ? WEXITSTATUS (status) : -1;
+  const int  status = std::system (command.c_str ());
+  result.exitCode = WIFEXITED (status) ? WEXITSTATUS (status) : -1;
   result.diagnostics = slurp (errPath);
   if (result.exitCode == 0) {
     const std::string bin = slurp (binPath);

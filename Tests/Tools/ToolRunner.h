@@ -8,21 +8,23 @@
 #include <vector>
 
 struct ToolResult {
-  int                  exitCode = -1;
-  std::string          diagnostics; // stderr
-  std::vector<uint8_t>               package; // the --binary output when the run succeeded
-  std::map<std::string, std::string> outputs; // generated files by name
+  int                                exitCode = -1;
+  std::string                        diagnostics; // stderr
+  std::vector<uint8_t>               package;     // the --binary output when the run succeeded
+  std::map<std::string, std::string> outputs;     // generated files by name
 };
 
 class ScratchDir {
 public:
   ScratchDir ();
   ~ScratchDir ();
-  ScratchDir (const ScratchDir &)            = delete;
+  ScratchDir (const ScratchDir &) = delete;
   ScratchDir &operator= (const ScratchDir &) = delete;
 
   std::string write (const std::string &name, const std::string &content) const;
-  std::string path () const { return path_; }
+  std::string path () const {
+    return path_;
+  }
 
 private:
   std::string path_;

@@ -25,8 +25,8 @@ std::vector<std::pair<uint8_t, uint16_t>> blocks (const strpkg::Language &lang) 
 }
 
 std::vector<strpkg::Language> sample () {
-  const uint32_t length = SampleStrings[0] | SampleStrings[1] << 8 | SampleStrings[2] << 16 |
-                          uint32_t (SampleStrings[3]) << 24;
+  const uint32_t length =
+      SampleStrings[0] | SampleStrings[1] << 8 | SampleStrings[2] << 16 | uint32_t (SampleStrings[3]) << 24;
   EXPECT_EQ (length, sizeof SampleStrings);
   return strpkg::decodeStringPackages (SampleStrings + 4, sizeof SampleStrings - 4);
 }
@@ -39,14 +39,14 @@ TEST (UniCompiler, SamplePackages_DecodeToEachLanguagesStrings) {
   const auto langs = sample ();
   ASSERT_EQ (langs.size (), 3u);
   const Table english = {
-    {1, u"English"},   {2, u"Sample"},         {3, u"Help text"},     {4, u""},
-    {5, u"Count"},     {6, u"Total capacity"}, {7, u"Scope"},         {8, u"Platform"},
-    {9, u"Processor"}, {10, u"Percent\t[%]"},  {11, u"Enable \"it\""}, {12, u"Secret\\x"},
-    {13, u"Apply\u2192"}, {14, u"Details"},    {15, u"never referenced"},
+      {1, u"English"},        {2, u"Sample"},     {3, u"Help text"},    {4, u""},          {5, u"Count"},
+      {6, u"Total capacity"}, {7, u"Scope"},      {8, u"Platform"},     {9, u"Processor"}, {10, u"Percent\t[%]"},
+      {11, u"Enable \"it\""}, {12, u"Secret\\x"}, {13, u"Apply\u2192"}, {14, u"Details"},  {15, u"never referenced"},
   };
-  const Table french   = {{1, u"Français"}, {2, u"Exemple"}, {3, u"Texte d'aide"}, {5, u"Nombre"}};
+  const Table french = {{1, u"Français"}, {2, u"Exemple"}, {3, u"Texte d'aide"}, {5, u"Nombre"}};
   const Table japanese = {{1, u"日本語"}, {2, u"サンプル"}, {14, u"詳細"}};
-  const std::pair<const char *, const Table *> expected[] = {{"en-US", &english}, {"fr-FR", &french}, {"ja-JP", &japanese}};
+  const std::pair<const char *, const Table *> expected[] = {
+      {"en-US", &english}, {"fr-FR", &french}, {"ja-JP", &japanese}};
   for (size_t i = 0; i < langs.size (); ++i) {
     SCOPED_TRACE (expected[i].first);
     EXPECT_EQ (langs[i].name, expected[i].first); // #langdef order
@@ -63,9 +63,9 @@ TEST (UniCompiler, MissingTranslations_BecomeSkipRuns) {
   const auto langs = sample ();
   ASSERT_EQ (langs.size (), 3u);
   EXPECT_EQ (blocks (langs[1]), (std::vector<std::pair<uint8_t, uint16_t>>{
-                                  {kString, 1}, {kString, 1}, {kString, 1}, {kSkip, 1}, {kString, 1}, {kSkip, 10}}));
+                                    {kString, 1}, {kString, 1}, {kString, 1}, {kSkip, 1}, {kString, 1}, {kSkip, 10}}));
   EXPECT_EQ (blocks (langs[2]), (std::vector<std::pair<uint8_t, uint16_t>>{
-                                  {kString, 1}, {kString, 1}, {kSkip, 11}, {kString, 1}, {kSkip, 1}}));
+                                    {kString, 1}, {kString, 1}, {kSkip, 11}, {kString, 1}, {kSkip, 1}}));
 }
 
 TEST (UniCompiler, Identifiers_FollowFirstAppearanceAndKeepUnusedStrings) {
@@ -99,28 +99,29 @@ TEST (UniCompiler, MalformedFile_FailsAtItsLine) {
     const char *fragment;
   };
   const Case cases[] = {
-    {"NonBmpCharacter", head + "#string S #language en-US \"\xF0\x9F\x98\x80\"\n", 2, "outside the Basic Multilingual Plane"},
-    {"DuplicateTranslation", head + "#string S #language en-US \"a\"\n          #language en-US \"b\"\n", 3,
-     "duplicate en-US text for S (first at line 2)"},
-    {"DuplicateAcrossBlocks", head + "#string S #language en-US \"a\"\n#string S #language en-US \"b\"\n", 3,
-     "duplicate en-US text"},
-    {"UndeclaredLanguage", head + "#string S #language de-DE \"a\"\n", 2, "language de-DE is not declared"},
-    {"LangdefTwice", head + head, 2, "already defined at line 1"},
-    {"MissingText", head + "#string S #language en-US\n#string T\n", 3, "expected a quoted string"},
-    {"BadIdentifier", head + "#string 9S #language en-US \"a\"\n", 2, "not a valid string identifier"},
-    {"LanguageOutsideString", head + "#language en-US \"a\"\n", 2, "#language outside a #string"},
-    {"UnknownDirective", head + "#include \"x.uni\"\n", 2, "unsupported directive '#include'"},
-    {"StrayWord", head + "hello\n", 2, "unexpected 'hello'"},
-    {"UnterminatedString", head + "#string S #language en-US \"a\n\"\n", 2, "unterminated string"},
-    {"UnknownEscape", head + "#string S #language en-US \"\\q\"\n", 2, "unknown escape sequence"},
-    {"ShortHexEscape", head + "#string S #language en-US \"\\x12\"\n", 2, "four hexadecimal digits"},
-    {"SurrogateEscape", head + "#string S #language en-US \"\\xD800\"\n", 2, "is not a character"},
-    {"StrayContinuationByte", head + "\n#string S #language en-US \"\x80\"\n", 3, "invalid UTF-8"},
-    {"OverlongEncoding", head + "#string S #language en-US \"\xC0\xAF\"\n", 2, "invalid UTF-8"},
-    {"EncodedSurrogate", head + "#string S #language en-US \"\xED\xA0\x80\"\n", 2, "invalid UTF-8"},
-    {"TruncatedSequence", head + "#string S #language en-US \"\xE6\x97", 2, "invalid UTF-8"},
-    {"Utf16File", "\xFF\xFE#\0l\0", 1, "UTF-16"},
-    {"NoLanguage", "#string S\n", 1, "no language defined"},
+      {"NonBmpCharacter", head + "#string S #language en-US \"\xF0\x9F\x98\x80\"\n", 2,
+       "outside the Basic Multilingual Plane"},
+      {"DuplicateTranslation", head + "#string S #language en-US \"a\"\n          #language en-US \"b\"\n", 3,
+       "duplicate en-US text for S (first at line 2)"},
+      {"DuplicateAcrossBlocks", head + "#string S #language en-US \"a\"\n#string S #language en-US \"b\"\n", 3,
+       "duplicate en-US text"},
+      {"UndeclaredLanguage", head + "#string S #language de-DE \"a\"\n", 2, "language de-DE is not declared"},
+      {"LangdefTwice", head + head, 2, "already defined at line 1"},
+      {"MissingText", head + "#string S #language en-US\n#string T\n", 3, "expected a quoted string"},
+      {"BadIdentifier", head + "#string 9S #language en-US \"a\"\n", 2, "not a valid string identifier"},
+      {"LanguageOutsideString", head + "#language en-US \"a\"\n", 2, "#language outside a #string"},
+      {"UnknownDirective", head + "#include \"x.uni\"\n", 2, "unsupported directive '#include'"},
+      {"StrayWord", head + "hello\n", 2, "unexpected 'hello'"},
+      {"UnterminatedString", head + "#string S #language en-US \"a\n\"\n", 2, "unterminated string"},
+      {"UnknownEscape", head + "#string S #language en-US \"\\q\"\n", 2, "unknown escape sequence"},
+      {"ShortHexEscape", head + "#string S #language en-US \"\\x12\"\n", 2, "four hexadecimal digits"},
+      {"SurrogateEscape", head + "#string S #language en-US \"\\xD800\"\n", 2, "is not a character"},
+      {"StrayContinuationByte", head + "\n#string S #language en-US \"\x80\"\n", 3, "invalid UTF-8"},
+      {"OverlongEncoding", head + "#string S #language en-US \"\xC0\xAF\"\n", 2, "invalid UTF-8"},
+      {"EncodedSurrogate", head + "#string S #language en-US \"\xED\xA0\x80\"\n", 2, "invalid UTF-8"},
+      {"TruncatedSequence", head + "#string S #language en-US \"\xE6\x97", 2, "invalid UTF-8"},
+      {"Utf16File", "\xFF\xFE#\0l\0", 1, "UTF-16"},
+      {"NoLanguage", "#string S\n", 1, "no language defined"},
   };
   for (const Case &c : cases) {
     SCOPED_TRACE (c.name);

@@ -46,7 +46,7 @@ std::vector<uint8_t> slice (const ifr::Op &op, size_t offset, size_t n) {
 }
 
 const CGuid kPlatformSetupClass = {0x93039971, 0x8545, 0x4b04, {0xb4, 0x5e, 0x32, 0xeb, 0x83, 0x26, 0x04, 0x0e}};
-const CGuid kTianoGuid          = {0x0F0B1735, 0x87A0, 0x4193, {0xB2, 0x66, 0x53, 0x8C, 0x38, 0xAF, 0x48, 0xCE}};
+const CGuid kTianoGuid = {0x0F0B1735, 0x87A0, 0x4193, {0xB2, 0x66, 0x53, 0x8C, 0x38, 0xAF, 0x48, 0xCE}};
 
 // The sample package linked into this test, decoded once.
 const std::vector<ifr::Op> &sampleOps () {
@@ -127,21 +127,21 @@ TEST (SampleForms, QuestionStorage_MatchesTheCxxLayout) {
     size_t   length;
   };
   const Row rows[] = {
-    {QID_COUNT, ifr::Numeric, offsetof (SAMPLE_VAR, Count), 14 + 3 * 4},
-    {0x0102, ifr::String, offsetof (SAMPLE_VAR, Total), 16},
-    {0x0103, ifr::OneOf, offsetof (SAMPLE_VAR, Scope), 14 + 3 * 1},
-    {0x0104, ifr::Numeric, offsetof (SAMPLE_VAR, Percent), 14 + 3 * 2},
-    {0x0105, ifr::CheckBox, offsetof (SAMPLE_VAR, Enabled), 14},
-    {0x0106, ifr::Numeric, offsetof (SAMPLE_VAR, Big), 14 + 3 * 8},
-    {0x0201, ifr::Numeric, offsetof (SAMPLE_VAR, Slots) + 5 * sizeof (SLOT_RECORD) + offsetof (SLOT_RECORD, Socket),
-     14 + 3 * 2},
-    {0x0202, ifr::OneOf, offsetof (SAMPLE_VAR, Grid) + 1 * 3 + 2, 14 + 3 * 1},
-    {0x0203, ifr::Password, offsetof (SAMPLE_VAR, Security) + 1, 17},
-    // Hidden questions without an id take the lowest free ones in source order,
-    // after the goto that also has none.
-    {0x0002, ifr::Numeric, offsetof (SAMPLE_VAR, Present) + 0, 14 + 3 * 1},
-    {0x0003, ifr::Numeric, offsetof (SAMPLE_VAR, Present) + 1, 14 + 3 * 1},
-    {0x0004, ifr::CheckBox, offsetof (SAMPLE_VAR, Present) + 2, 14},
+      {QID_COUNT, ifr::Numeric, offsetof (SAMPLE_VAR, Count), 14 + 3 * 4},
+      {0x0102, ifr::String, offsetof (SAMPLE_VAR, Total), 16},
+      {0x0103, ifr::OneOf, offsetof (SAMPLE_VAR, Scope), 14 + 3 * 1},
+      {0x0104, ifr::Numeric, offsetof (SAMPLE_VAR, Percent), 14 + 3 * 2},
+      {0x0105, ifr::CheckBox, offsetof (SAMPLE_VAR, Enabled), 14},
+      {0x0106, ifr::Numeric, offsetof (SAMPLE_VAR, Big), 14 + 3 * 8},
+      {0x0201, ifr::Numeric, offsetof (SAMPLE_VAR, Slots) + 5 * sizeof (SLOT_RECORD) + offsetof (SLOT_RECORD, Socket),
+       14 + 3 * 2},
+      {0x0202, ifr::OneOf, offsetof (SAMPLE_VAR, Grid) + 1 * 3 + 2, 14 + 3 * 1},
+      {0x0203, ifr::Password, offsetof (SAMPLE_VAR, Security) + 1, 17},
+      // Hidden questions without an id take the lowest free ones in source order,
+      // after the goto that also has none.
+      {0x0002, ifr::Numeric, offsetof (SAMPLE_VAR, Present) + 0, 14 + 3 * 1},
+      {0x0003, ifr::Numeric, offsetof (SAMPLE_VAR, Present) + 1, 14 + 3 * 1},
+      {0x0004, ifr::CheckBox, offsetof (SAMPLE_VAR, Present) + 2, 14},
   };
   for (const Row &row : rows) {
     SCOPED_TRACE (row.qid);
@@ -161,10 +161,10 @@ TEST (SampleForms, NumericQuestions_EncodeFlagsAndRangeAtTheirWidth) {
     uint64_t min, max, step;
   };
   const Row rows[] = {
-    {QID_COUNT, 0x01, 0x12, 0, 255, 1},                  // read-only, 4 bytes, unsigned decimal
-    {0x0104, 0x10, 0x21, 0, 1000, 10},                   // reset required, 2 bytes, hex
-    {0x0106, 0x00, 0x13, 0, 0xFFFFFFFFFFFF, 0},          // 8 bytes
-    {0x0201, 0x00, 0x11, 0, 0xFFFF, 0},
+      {QID_COUNT, 0x01, 0x12, 0, 255, 1},         // read-only, 4 bytes, unsigned decimal
+      {0x0104, 0x10, 0x21, 0, 1000, 10},          // reset required, 2 bytes, hex
+      {0x0106, 0x00, 0x13, 0, 0xFFFFFFFFFFFF, 0}, // 8 bytes
+      {0x0201, 0x00, 0x11, 0, 0xFFFF, 0},
   };
   for (const Row &row : rows) {
     SCOPED_TRACE (row.qid);
@@ -205,9 +205,9 @@ TEST (SampleForms, OneOf_TakesOptionFlagsAndRangeFromItsOptions) {
 }
 
 TEST (SampleForms, Conditions_WrapMultiOpcodeExpressionsInTheirOwnScope) {
-  const auto    suppressIfs = ifr::findAll (sampleOps (), ifr::SuppressIf);
-  const auto    grayOutIfs  = ifr::findAll (sampleOps (), ifr::GrayOutIf);
-  const auto    disableIfs  = ifr::findAll (sampleOps (), ifr::DisableIf);
+  const auto suppressIfs = ifr::findAll (sampleOps (), ifr::SuppressIf);
+  const auto grayOutIfs = ifr::findAll (sampleOps (), ifr::GrayOutIf);
+  const auto disableIfs = ifr::findAll (sampleOps (), ifr::DisableIf);
   ASSERT_EQ (suppressIfs.size (), 3u);
   ASSERT_EQ (grayOutIfs.size (), 1u);
   ASSERT_EQ (disableIfs.size (), 1u);
@@ -225,7 +225,7 @@ TEST (SampleForms, Conditions_WrapMultiOpcodeExpressionsInTheirOwnScope) {
   // Inside the one-of: fields of questions that live in the other form.
   expr = ifr::flattenExpression (*suppressIfs[1]);
   ASSERT_EQ (shape (expr), (std::vector<std::pair<uint8_t, bool>>{
-                             {ifr::EqIdValList, true}, {ifr::EqIdId, false}, {ifr::Not, false}, {ifr::And, false}}));
+                               {ifr::EqIdValList, true}, {ifr::EqIdId, false}, {ifr::Not, false}, {ifr::And, false}}));
   EXPECT_EQ (expr[0]->length (), 6u + 2 * 3);
   EXPECT_EQ (expr[0]->u16 (2), 0x0002);
   EXPECT_EQ (expr[0]->u16 (4), 3);
@@ -235,16 +235,16 @@ TEST (SampleForms, Conditions_WrapMultiOpcodeExpressionsInTheirOwnScope) {
   EXPECT_EQ (expr[1]->u16 (4), 0x0004);
 
   expr = ifr::flattenExpression (*grayOutIfs[0]);
-  ASSERT_EQ (shape (expr), (std::vector<std::pair<uint8_t, bool>>{
-                             {ifr::EqIdVal, true}, {ifr::EqIdVal, false}, {ifr::Or, false}}));
+  ASSERT_EQ (shape (expr),
+             (std::vector<std::pair<uint8_t, bool>>{{ifr::EqIdVal, true}, {ifr::EqIdVal, false}, {ifr::Or, false}}));
   EXPECT_EQ (expr[0]->u16 (2), 0x0103);
   EXPECT_EQ (expr[1]->u16 (2), 0x0105);
   EXPECT_EQ (expr[1]->u16 (4), 1);
 
   // A question name and an indexed nested field in one condition.
   expr = ifr::flattenExpression (*suppressIfs[2]);
-  ASSERT_EQ (shape (expr), (std::vector<std::pair<uint8_t, bool>>{
-                             {ifr::EqIdVal, true}, {ifr::EqIdVal, false}, {ifr::Or, false}}));
+  ASSERT_EQ (shape (expr),
+             (std::vector<std::pair<uint8_t, bool>>{{ifr::EqIdVal, true}, {ifr::EqIdVal, false}, {ifr::Or, false}}));
   EXPECT_EQ (expr[0]->u16 (2), 0x0201);
   EXPECT_EQ (expr[0]->u16 (4), 0x1234);
   EXPECT_EQ (expr[1]->u16 (2), 0x0202);
@@ -270,11 +270,11 @@ TEST (SampleForms, Defaults_UseTheQuestionTypeOrAnExpressionScope) {
   EXPECT_TRUE (value.scope);
   const auto expr = ifr::flattenExpression (value);
   ASSERT_EQ (shape (expr), (std::vector<std::pair<uint8_t, bool>>{{ifr::EqIdVal, true},
-                                                                   {ifr::EqIdVal, false},
-                                                                   {ifr::And, false},
-                                                                   {ifr::Uint16, false},
-                                                                   {ifr::Uint8, false},
-                                                                   {ifr::Conditional, false}}));
+                                                                  {ifr::EqIdVal, false},
+                                                                  {ifr::And, false},
+                                                                  {ifr::Uint16, false},
+                                                                  {ifr::Uint8, false},
+                                                                  {ifr::Conditional, false}}));
   EXPECT_EQ (expr[3]->u16 (2), 1000);
   EXPECT_EQ (expr[4]->u8 (2), 0);
 
@@ -286,8 +286,8 @@ TEST (SampleForms, Defaults_UseTheQuestionTypeOrAnExpressionScope) {
     size_t         width;
   };
   const Row rows[] = {
-    {&percent.children[1], 0x0001, 0x01, 500, 2},
-    {question (0x0106).children.data (), 0x0000, 0x03, 0x123456789A, 8},
+      {&percent.children[1], 0x0001, 0x01, 500, 2},
+      {question (0x0106).children.data (), 0x0000, 0x03, 0x123456789A, 8},
   };
   for (const Row &row : rows) {
     EXPECT_EQ (row.op->code, ifr::Default);
@@ -357,8 +357,12 @@ TEST (SampleForms, IdHeader_AgreesWithThePackage) {
   static_assert (SAMPLE_VARSTORE_SampleVar == 1 && SAMPLE_VARSTORE_SampleVar_SIZE == sizeof (SAMPLE_VAR));
   static_assert (SAMPLE_FORM_FORM_MAIN == FORM_MAIN && SAMPLE_FORM_FORM_DETAILS == FORM_DETAILS);
   static_assert (SAMPLE_LABEL_LABEL_START == LABEL_START && SAMPLE_LABEL_LABEL_END == LABEL_END);
-  const uint16_t named[] = {SAMPLE_QID_QID_COUNT, SAMPLE_QID_SampleVar_Scope, SAMPLE_QID_GridCell,
-                            SAMPLE_QID_SampleVar_Slots_5_Socket, SAMPLE_QID_SampleVar_Present_2, SAMPLE_QID_0204};
+  const uint16_t named[] = {SAMPLE_QID_QID_COUNT,
+                            SAMPLE_QID_SampleVar_Scope,
+                            SAMPLE_QID_GridCell,
+                            SAMPLE_QID_SampleVar_Slots_5_Socket,
+                            SAMPLE_QID_SampleVar_Present_2,
+                            SAMPLE_QID_0204};
   for (uint16_t qid : named) {
     EXPECT_NE (ifr::findQuestion (sampleOps (), qid), nullptr) << qid;
   }
@@ -383,8 +387,8 @@ std::string wrapForm (const std::string &declarations, const std::string &formBo
 
 std::vector<ifr::Op> compileOk (const std::string &vfr, const std::vector<std::string> &args = {},
                                 std::map<std::string, std::string> files = {}) {
-  files["Types.h"]   = kTypes;
-  files["Test.vfr"]  = vfr;
+  files["Types.h"] = kTypes;
+  files["Test.vfr"] = vfr;
   ToolResult result = runVfrc (files, "Test.vfr", args);
   EXPECT_EQ (result.exitCode, 0) << result.diagnostics;
   if (result.exitCode != 0) {
@@ -405,8 +409,8 @@ std::string numericOn (const std::string &field) {
 
 TEST (VfrCompiler, StructWithoutPack_UsesNaturalAlignment) {
   const auto top = compileOk (wrapForm ("varstore NATURAL, name = N, guid = {1,2,3,{4,5,6,7,8,9,10,11}};\n"
-                                       "varstore SMALL, name = S, guid = {1,2,3,{4,5,6,7,8,9,10,11}};",
-                                       numericOn ("N.Value") + numericOn ("N.Tail") + numericOn ("S.B")));
+                                        "varstore SMALL, name = S, guid = {1,2,3,{4,5,6,7,8,9,10,11}};",
+                                        numericOn ("N.Value") + numericOn ("N.Tail") + numericOn ("S.B")));
   ASSERT_EQ (top.size (), 1u);
   const auto stores = ifr::findAll (top, ifr::VarStore);
   ASSERT_EQ (stores.size (), 2u);
@@ -423,9 +427,10 @@ TEST (VfrCompiler, StructWithoutPack_UsesNaturalAlignment) {
 }
 
 TEST (VfrCompiler, EfiVarStoreAndDefaultClass_EncodeAsBrowserExpects) {
-  const auto top = compileOk (wrapForm ("efivarstore SMALL, varid = 7, name = NvVar, guid = {1,2,3,{4,5,6,7,8,9,10,11}},\n"
-                                       "  attribute = EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS;",
-                                       numericOn ("NvVar.B")));
+  const auto top =
+      compileOk (wrapForm ("efivarstore SMALL, varid = 7, name = NvVar, guid = {1,2,3,{4,5,6,7,8,9,10,11}},\n"
+                           "  attribute = EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS;",
+                           numericOn ("NvVar.B")));
   ASSERT_EQ (top.size (), 1u);
   // No classguid: the platform-setup class, as the EDK II compiler does.
   EXPECT_EQ (top[0].length (), 39u);
@@ -450,8 +455,8 @@ TEST (VfrCompiler, OpcodeSizeLimits_AcceptUpTo127Bytes) {
   }
   const std::string longName (104, 'N'); // VARSTORE: 22 + 104 + NUL = 127
   const auto top = compileOk (wrapForm ("varstore SMALL, name = " + longName + ", guid = {1,2,3,{4,5,6,7,8,9,10,11}};",
-                                       numericOn (longName + ".A") + "suppressif ideqvallist " + longName +
-                                         ".A ==" + values + ";\n" + numericOn (longName + ".B") + "endif;"));
+                                        numericOn (longName + ".A") + "suppressif ideqvallist " + longName +
+                                            ".A ==" + values + ";\n" + numericOn (longName + ".B") + "endif;"));
   ASSERT_EQ (top.size (), 1u);
   EXPECT_EQ (ifr::findAll (top, ifr::VarStore)[0]->length (), 127u);
   EXPECT_EQ (ifr::findAll (top, ifr::EqIdValList)[0]->length (), 126u);
@@ -459,26 +464,28 @@ TEST (VfrCompiler, OpcodeSizeLimits_AcceptUpTo127Bytes) {
 
 TEST (VfrCompiler, Preprocessor_SelectsBranchesAndSearchesIncludeFolders) {
   const std::string vfr =
-    "#include \"Types.h\"\n#include \"Strings.h\"\n#include \"Strings.h\"\n"
-    "#if defined(VARIANT) && VARIANT > 1\n#define TITLE STR_B\n"
-    "#elif defined VARIANT\n#define TITLE STR_A\n#else\n#error no variant\n#endif\n"
-    "formset guid = {1,2,3,{4,5,6,7,8,9,10,11}}, title = STRING_TOKEN(TITLE), help = STRING_TOKEN(STR_A),\n"
-    " form formid = 1, title = STRING_TOKEN(TITLE);\n"
-    "  suppressif TRUE; text help = STRING_TOKEN(STR_A), text = STRING_TOKEN(0x10 + 1); endif;\n"
-    " endform;\nendformset;\n";
+      "#include \"Types.h\"\n#include \"Strings.h\"\n#include \"Strings.h\"\n"
+      "#if defined(VARIANT) && VARIANT > 1\n#define TITLE STR_B\n"
+      "#elif defined VARIANT\n#define TITLE STR_A\n#else\n#error no variant\n#endif\n"
+      "formset guid = {1,2,3,{4,5,6,7,8,9,10,11}}, title = STRING_TOKEN(TITLE), help = STRING_TOKEN(STR_A),\n"
+      " form formid = 1, title = STRING_TOKEN(TITLE);\n"
+      "  suppressif TRUE; text help = STRING_TOKEN(STR_A), text = STRING_TOKEN(0x10 + 1); endif;\n"
+      " endform;\nendformset;\n";
   // A header shared with C code: include guard by #pragma once, its own TRUE
   // and a function-like macro, none of which may disturb the forms.
   const std::map<std::string, std::string> files = {
-    {"inc/Strings.h", "#pragma once\n#define STR_A 0x0021\n#define STR_B 0x0022\n#define TRUE ((BOOLEAN)(1==1))\n"
-                      "#define PICK(x) (x)\n"}};
-  for (const auto &[define, title] : std::vector<std::pair<std::string, uint16_t>>{{"VARIANT=2", 0x22}, {"VARIANT", 0x21}}) {
+      {"inc/Strings.h", "#pragma once\n#define STR_A 0x0021\n#define STR_B 0x0022\n#define TRUE ((BOOLEAN)(1==1))\n"
+                        "#define PICK(x) (x)\n"}};
+  for (const auto &[define, title] :
+       std::vector<std::pair<std::string, uint16_t>>{{"VARIANT=2", 0x22}, {"VARIANT", 0x21}}) {
     SCOPED_TRACE (define);
     const auto top = compileOk (vfr, {"-D", define, "-I", "%DIR%/inc"}, files);
     ASSERT_EQ (top.size (), 1u);
     EXPECT_EQ (top[0].u16 (18), title);
     const auto suppress = ifr::findAll (top, ifr::SuppressIf);
     ASSERT_EQ (suppress.size (), 1u);
-    EXPECT_EQ (shape (ifr::flattenExpression (*suppress[0])), (std::vector<std::pair<uint8_t, bool>>{{ifr::True, false}}));
+    EXPECT_EQ (shape (ifr::flattenExpression (*suppress[0])),
+               (std::vector<std::pair<uint8_t, bool>>{{ifr::True, false}}));
     EXPECT_EQ (suppress[0]->children.at (1).u16 (2), 0x11);
   }
 }

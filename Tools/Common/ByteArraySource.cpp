@@ -35,7 +35,7 @@ ByteArrayFiles renderByteArray (const std::string &arrayName, const std::string 
   bytes.insert (bytes.end (), payload.begin (), payload.end ());
   const std::string size = std::to_string (bytes.size ());
 
-  ByteArrayFiles files;
+  ByteArrayFiles    files;
   const std::string guard = includeGuardFor (headerFileName);
   files.header = "// " + note + "\n// Generated file: do not edit.\n#ifndef " + guard + "\n#define " + guard +
                  "\n\n#include <stdint.h>\n\n#ifdef __cplusplus\nextern \"C\" {\n#endif\n\n"
@@ -53,8 +53,8 @@ ByteArrayFiles renderByteArray (const std::string &arrayName, const std::string 
       body += "\n";
     }
   }
-  files.source = "// " + note + "\n// Generated file: do not edit.\n#include \"" + headerFileName + "\"\n\nconst uint8_t " +
-                 arrayName + "[" + size + "] = {\n" + body + "};\n";
+  files.source = "// " + note + "\n// Generated file: do not edit.\n#include \"" + headerFileName +
+                 "\"\n\nconst uint8_t " + arrayName + "[" + size + "] = {\n" + body + "};\n";
   return files;
 }
 

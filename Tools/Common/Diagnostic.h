@@ -15,11 +15,16 @@ struct SourceLoc {
 // tool prints it as "file:line: error: message" and exits non-zero.
 class CompileError : public std::runtime_error {
 public:
-  CompileError (SourceLoc loc, const std::string &message) : std::runtime_error (message), loc_ (std::move (loc)) {}
+  CompileError (SourceLoc loc, const std::string &message) : std::runtime_error (message), loc_ (std::move (loc)) {
+  }
 
-  const SourceLoc &loc () const { return loc_; }
+  const SourceLoc &loc () const {
+    return loc_;
+  }
 
-  std::string format () const { return loc_.file + ":" + std::to_string (loc_.line) + ": error: " + what (); }
+  std::string format () const {
+    return loc_.file + ":" + std::to_string (loc_.line) + ": error: " + what ();
+  }
 
 private:
   SourceLoc loc_;

@@ -13,13 +13,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const char kUsage[] =
-  "usage: carvex-unic [options] <file.uni>\n"
-  "  -o <dir>             output folder (default: current folder)\n"
-  "  --base-name <name>   base of the output names (default: the source's stem);\n"
-  "                       writes <name>Strings.h, <name>Strings.cpp and <name>StrDefs.h\n"
-  "  --array-name <name>  name of the byte array (default: <name>Strings)\n"
-  "  --binary <file>      also write the raw string packages\n";
+const char kUsage[] = "usage: carvex-unic [options] <file.uni>\n"
+                      "  -o <dir>             output folder (default: current folder)\n"
+                      "  --base-name <name>   base of the output names (default: the source's stem);\n"
+                      "                       writes <name>Strings.h, <name>Strings.cpp and <name>StrDefs.h\n"
+                      "  --array-name <name>  name of the byte array (default: <name>Strings)\n"
+                      "  --binary <file>      also write the raw string packages\n";
 
 struct Options {
   std::string input, outDir = ".", baseName, arrayName, binary;
@@ -77,15 +76,15 @@ int main (int argc, char **argv) {
     if (!bytes) {
       throw carvex::tools::CompileError ({o.input, 0}, "cannot read file");
     }
-    const auto        file     = carvex::uni::parseUni (*bytes, o.input);
+    const auto        file = carvex::uni::parseUni (*bytes, o.input);
     const auto        packages = carvex::uni::encodeStringPackages (file, o.input);
-    const std::string source   = fs::path (o.input).filename ().string ();
-    const std::string header   = o.baseName + "Strings.h";
-    const std::string defines  = o.baseName + "StrDefs.h";
-    const auto        files    = carvex::tools::renderByteArray (o.arrayName, header, packages,
-                                                                 "String packages compiled from " + source + ".");
+    const std::string source = fs::path (o.input).filename ().string ();
+    const std::string header = o.baseName + "Strings.h";
+    const std::string defines = o.baseName + "StrDefs.h";
+    const auto        files =
+        carvex::tools::renderByteArray (o.arrayName, header, packages, "String packages compiled from " + source + ".");
     const fs::path dir (o.outDir);
-    bool ok = write ((dir / header).string (), files.header) &&
+    bool           ok = write ((dir / header).string (), files.header) &&
               write ((dir / (o.baseName + "Strings.cpp")).string (), files.source) &&
               write ((dir / defines).string (), carvex::uni::renderStringDefines (file, defines, source));
     if (ok && !o.binary.empty ()) {

@@ -11,8 +11,8 @@ namespace {
 
 enum : uint8_t { kSibtEnd = 0x00, kSibtStringUcs2 = 0x14, kSibtSkip2 = 0x21 };
 constexpr uint8_t  kPackageStrings = 0x04;
-constexpr uint32_t kFixedHeader    = 46; // package header up to the language name
-constexpr uint32_t kMaxStringId    = 0xFFFF;
+constexpr uint32_t kFixedHeader = 46; // package header up to the language name
+constexpr uint32_t kMaxStringId = 0xFFFF;
 
 void put16 (std::vector<uint8_t> &out, uint32_t v) {
   out.push_back (static_cast<uint8_t> (v));
@@ -46,7 +46,7 @@ std::vector<uint8_t> package (const UniFile &file, const Language &lang, const s
   const uint32_t       hdrSize = kFixedHeader + static_cast<uint32_t> (lang.code.size ()) + 1;
   put32 (out, 0); // length and type, patched below
   put32 (out, hdrSize);
-  put32 (out, hdrSize); // StringInfoOffset: blocks follow the header directly
+  put32 (out, hdrSize);           // StringInfoOffset: blocks follow the header directly
   out.insert (out.end (), 32, 0); // LanguageWindow
   put16 (out, 1);                 // LanguageName: string 1
   out.insert (out.end (), lang.code.begin (), lang.code.end ());
@@ -92,10 +92,11 @@ std::vector<uint8_t> encodeStringPackages (const UniFile &file, const std::strin
   return all;
 }
 
-std::string renderStringDefines (const UniFile &file, const std::string &headerFileName, const std::string &sourceName) {
+std::string renderStringDefines (const UniFile &file, const std::string &headerFileName,
+                                 const std::string &sourceName) {
   const std::string guard = tools::includeGuardFor (headerFileName);
-  std::string       out   = "// String identifiers of " + sourceName + ".\n// Generated file: do not edit.\n#ifndef " +
-                      guard + "\n#define " + guard + "\n\n";
+  std::string out = "// String identifiers of " + sourceName + ".\n// Generated file: do not edit.\n#ifndef " + guard +
+                    "\n#define " + guard + "\n\n";
   size_t width = 0;
   for (const auto &def : file.strings) {
     width = def.name.size () > width ? def.name.size () : width;
@@ -103,7 +104,8 @@ std::string renderStringDefines (const UniFile &file, const std::string &headerF
   char value[16];
   for (size_t i = 0; i < file.strings.size (); ++i) {
     std::snprintf (value, sizeof value, "0x%04X", static_cast<unsigned> (i + 2));
-    out += "#define " + file.strings[i].name + std::string (width + 1 - file.strings[i].name.size (), ' ') + value + "\n";
+    out +=
+        "#define " + file.strings[i].name + std::string (width + 1 - file.strings[i].name.size (), ' ') + value + "\n";
   }
   return out + "\n#endif\n";
 }

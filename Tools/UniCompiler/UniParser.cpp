@@ -20,8 +20,7 @@ struct Tok {
 };
 
 bool isWordChar (char32_t c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '-' ||
-         c == '.';
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '-' || c == '.';
 }
 
 std::string codePoint (char32_t c) {
@@ -32,7 +31,8 @@ std::string codePoint (char32_t c) {
 
 class Lexer {
 public:
-  Lexer (std::vector<DecodedChar> chars, std::string file) : chars_ (std::move (chars)), file_ (std::move (file)) {}
+  Lexer (std::vector<DecodedChar> chars, std::string file) : chars_ (std::move (chars)), file_ (std::move (file)) {
+  }
 
   std::vector<Tok> run () {
     std::vector<Tok> toks;
@@ -53,7 +53,9 @@ public:
   }
 
 private:
-  [[noreturn]] void fail (int line, const std::string &message) const { throw CompileError ({file_, line}, message); }
+  [[noreturn]] void fail (int line, const std::string &message) const {
+    throw CompileError ({file_, line}, message);
+  }
 
   bool skipSpaceAndComments () {
     while (pos_ < chars_.size ()) {
@@ -110,18 +112,26 @@ private:
     }
     const char32_t e = chars_[pos_++].code;
     switch (e) {
-    case 'n': return '\n';
-    case 'r': return '\r';
-    case 't': return '\t';
-    case '\\': return '\\';
-    case '"': return '"';
-    case '\'': return '\'';
+    case 'n':
+      return '\n';
+    case 'r':
+      return '\r';
+    case 't':
+      return '\t';
+    case '\\':
+      return '\\';
+    case '"':
+      return '"';
+    case '\'':
+      return '\'';
     case 'x': {
       char32_t v = 0;
       for (int k = 0; k < 4; ++k) {
         char32_t h = pos_ < chars_.size () ? chars_[pos_].code : 0;
-        int      d = (h >= '0' && h <= '9') ? int (h - '0') : (h >= 'a' && h <= 'f') ? int (h - 'a' + 10)
-                   : (h >= 'A' && h <= 'F') ? int (h - 'A' + 10) : -1;
+        int      d = (h >= '0' && h <= '9')   ? int (h - '0')
+                     : (h >= 'a' && h <= 'f') ? int (h - 'a' + 10)
+                     : (h >= 'A' && h <= 'F') ? int (h - 'A' + 10)
+                                              : -1;
         if (d < 0) {
           fail (line, "\\x needs four hexadecimal digits");
         }
@@ -145,7 +155,8 @@ private:
 
 class Parser {
 public:
-  Parser (std::vector<Tok> toks, std::string file) : toks_ (std::move (toks)), file_ (std::move (file)) {}
+  Parser (std::vector<Tok> toks, std::string file) : toks_ (std::move (toks)), file_ (std::move (file)) {
+  }
 
   UniFile run () {
     while (pos_ < toks_.size ()) {
@@ -168,7 +179,9 @@ public:
   }
 
 private:
-  [[noreturn]] void fail (int line, const std::string &message) const { throw CompileError ({file_, line}, message); }
+  [[noreturn]] void fail (int line, const std::string &message) const {
+    throw CompileError ({file_, line}, message);
+  }
 
   std::string expectWord (int line, const char *what) {
     if (pos_ >= toks_.size () || toks_[pos_].kind != Tok::Word) {
@@ -247,22 +260,22 @@ private:
       }
     }
     if (def == nullptr) {
-      def       = &result_.strings.emplace_back ();
+      def = &result_.strings.emplace_back ();
       def->name = name;
       def->line = line;
     }
     while (pos_ < toks_.size () && toks_[pos_].kind == Tok::Directive && toks_[pos_].word == "language") {
       const int         langLine = toks_[pos_++].line;
-      const std::string code     = expectWord (langLine, "a language code after #language");
+      const std::string code = expectWord (langLine, "a language code after #language");
       if (findLanguage (code) == nullptr) {
         fail (langLine, "language " + code + " is not declared by #langdef");
       }
       if (auto seen = def->lines.find (code); seen != def->lines.end ()) {
-        fail (langLine, "duplicate " + code + " text for " + name + " (first at line " +
-                          std::to_string (seen->second) + ")");
+        fail (langLine,
+              "duplicate " + code + " text for " + name + " (first at line " + std::to_string (seen->second) + ")");
       }
       def->translations[code] = expectStrings (langLine);
-      def->lines[code]        = langLine;
+      def->lines[code] = langLine;
     }
   }
 

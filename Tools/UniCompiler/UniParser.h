@@ -16,9 +16,9 @@ struct Language {
 
 struct StringDef {
   std::string                           name;
-  int                                   line = 0;       // first appearance: fixes the identifier
-  std::map<std::string, std::u16string> translations;   // by language code
-  std::map<std::string, int>            lines;          // where each translation was written
+  int                                   line = 0;     // first appearance: fixes the identifier
+  std::map<std::string, std::u16string> translations; // by language code
+  std::map<std::string, int>            lines;        // where each translation was written
 };
 
 struct UniFile {

@@ -6,9 +6,10 @@ namespace carvex::uni {
 
 std::vector<DecodedChar> decodeUtf8 (const std::string &bytes, const std::string &fileName) {
   std::vector<DecodedChar> out;
-  size_t                   i    = 0;
+  size_t                   i = 0;
   int                      line = 1;
-  if (bytes.size () >= 2 && ((bytes[0] == '\xFF' && bytes[1] == '\xFE') || (bytes[0] == '\xFE' && bytes[1] == '\xFF'))) {
+  if (bytes.size () >= 2 &&
+      ((bytes[0] == '\xFF' && bytes[1] == '\xFE') || (bytes[0] == '\xFE' && bytes[1] == '\xFF'))) {
     throw tools::CompileError ({fileName, 1}, "the file is UTF-16; string files must be UTF-8");
   }
   if (bytes.compare (0, 3, "\xEF\xBB\xBF") == 0) {
@@ -17,8 +18,8 @@ std::vector<DecodedChar> decodeUtf8 (const std::string &bytes, const std::string
   auto bad = [&] () { throw tools::CompileError ({fileName, line}, "invalid UTF-8"); };
   while (i < bytes.size ()) {
     const auto lead = static_cast<unsigned char> (bytes[i]);
-    char32_t   code    = 0;
-    int        extra   = 0;
+    char32_t   code = 0;
+    int        extra = 0;
     char32_t   minimum = 0;
     if (lead < 0x80) {
       code = lead, extra = 0, minimum = 0;

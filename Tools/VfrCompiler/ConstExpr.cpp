@@ -6,7 +6,8 @@ namespace {
 
 class Evaluator {
 public:
-  Evaluator (TokenCursor &c, UnknownIdentifiers u) : c_ (c), unknown_ (u) {}
+  Evaluator (TokenCursor &c, UnknownIdentifiers u) : c_ (c), unknown_ (u) {
+  }
 
   uint64_t conditional () {
     uint64_t cond = binary (0);
@@ -22,7 +23,8 @@ public:
 private:
   // Binary operators from loosest to tightest binding.
   static constexpr const char *kLevels[][6] = {
-    {"||"}, {"&&"}, {"|"}, {"^"}, {"&"}, {"==", "!="}, {"<", ">", "<=", ">="}, {"<<", ">>"}, {"+", "-"}, {"*", "/", "%"},
+      {"||"},       {"&&"},     {"|"},           {"^"}, {"&"}, {"==", "!="}, {"<", ">", "<=", ">="},
+      {"<<", ">>"}, {"+", "-"}, {"*", "/", "%"},
   };
   static constexpr int kLevelCount = sizeof kLevels / sizeof kLevels[0];
 
@@ -32,7 +34,7 @@ private:
     }
     uint64_t lhs = binary (level + 1);
     for (;;) {
-      const Token &op    = c_.peek ();
+      const Token &op = c_.peek ();
       bool         match = false;
       for (const char *candidate : kLevels[level]) {
         if (candidate != nullptr && op.isPunct (candidate)) {
@@ -42,30 +44,46 @@ private:
       if (!match) {
         return lhs;
       }
-      Token opTok = c_.next ();
+      Token    opTok = c_.next ();
       uint64_t rhs = binary (level + 1);
-      lhs          = apply (opTok, lhs, rhs);
+      lhs = apply (opTok, lhs, rhs);
     }
   }
 
   uint64_t apply (const Token &op, uint64_t a, uint64_t b) {
     const std::string &o = op.text;
-    if (o == "||") return (a || b) ? 1 : 0;
-    if (o == "&&") return (a && b) ? 1 : 0;
-    if (o == "|") return a | b;
-    if (o == "^") return a ^ b;
-    if (o == "&") return a & b;
-    if (o == "==") return a == b;
-    if (o == "!=") return a != b;
-    if (o == "<") return a < b;
-    if (o == ">") return a > b;
-    if (o == "<=") return a <= b;
-    if (o == ">=") return a >= b;
-    if (o == "<<") return b >= 64 ? 0 : a << b;
-    if (o == ">>") return b >= 64 ? 0 : a >> b;
-    if (o == "+") return a + b;
-    if (o == "-") return a - b;
-    if (o == "*") return a * b;
+    if (o == "||")
+      return (a || b) ? 1 : 0;
+    if (o == "&&")
+      return (a && b) ? 1 : 0;
+    if (o == "|")
+      return a | b;
+    if (o == "^")
+      return a ^ b;
+    if (o == "&")
+      return a & b;
+    if (o == "==")
+      return a == b;
+    if (o == "!=")
+      return a != b;
+    if (o == "<")
+      return a < b;
+    if (o == ">")
+      return a > b;
+    if (o == "<=")
+      return a <= b;
+    if (o == ">=")
+      return a >= b;
+    if (o == "<<")
+      return b >= 64 ? 0 : a << b;
+    if (o == ">>")
+      return b >= 64 ? 0 : a >> b;
+    if (o == "+")
+      return a + b;
+    if (o == "-")
+      return a - b;
+    if (o == "*")
+      return a * b;
     if (b == 0) {
       c_.failAt (op, "division by zero in a constant expression");
     }
@@ -73,10 +91,14 @@ private:
   }
 
   uint64_t unary () {
-    if (c_.acceptPunct ("-")) return 0 - unary ();
-    if (c_.acceptPunct ("+")) return unary ();
-    if (c_.acceptPunct ("~")) return ~unary ();
-    if (c_.acceptPunct ("!")) return unary () == 0 ? 1 : 0;
+    if (c_.acceptPunct ("-"))
+      return 0 - unary ();
+    if (c_.acceptPunct ("+"))
+      return unary ();
+    if (c_.acceptPunct ("~"))
+      return ~unary ();
+    if (c_.acceptPunct ("!"))
+      return unary () == 0 ? 1 : 0;
     const Token &tok = c_.peek ();
     if (c_.acceptPunct ("(")) {
       uint64_t v = conditional ();

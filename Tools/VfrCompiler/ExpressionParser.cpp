@@ -3,7 +3,7 @@
 //   or      := and { OR and }
 //   and     := unary { AND unary }
 //   unary   := NOT unary | primary
-//   primary := '(' expr ')' | TRUE | FALSE | number | '(' constant-expression ')'
+//   primary := '(' expr ')' | TRUE | FALSE | constant-expression
 //            | ideqval ref == value | ideqvallist ref == value... | ideqid ref == ref
 //            | cond '(' expr '?' expr ':' expr ')'
 //   ref     := Store.field[index].field... | question-name
@@ -18,7 +18,7 @@ constexpr size_t kMaxListValues = 60; // keeps EQ_ID_VAL_LIST within 127 bytes
 
 std::unique_ptr<Expr> FormParser::makeExpr (Expr::Op op, const Token &at) {
   auto e = std::make_unique<Expr> ();
-  e->op  = op;
+  e->op = op;
   e->loc = at.loc;
   return e;
 }
@@ -29,7 +29,7 @@ std::unique_ptr<Expr> FormParser::parseExpression () {
     return cond;
   }
   const Token &at = c_.next ();
-  auto         e  = makeExpr (Expr::Op::Conditional, at);
+  auto         e = makeExpr (Expr::Op::Conditional, at);
   e->operands.push_back (std::move (cond));
   e->operands.push_back (parseExpression ());
   c_.expectPunct (":", "in the conditional expression");
@@ -87,11 +87,8 @@ std::unique_ptr<Expr> FormParser::parsePrimary () {
     return inner;
   }
   if (at.kind == TokenKind::Number) {
-    if (at.badNumber) {
-      c_.fail ("invalid integer constant '" + at.text + "'");
-    }
-    auto e = makeExpr (Expr::Op::Constant, c_.next ());
-    e->values.push_back (at.value);
+    auto e = makeExpr (Expr::Op::Constant, at);
+    e->values.push_back (evalConstExpr (c_, UnknownIdentifiers::AreErrors));
     return e;
   }
   if (at.isIdent ("TRUE") || at.isIdent ("FALSE")) {
@@ -99,7 +96,9 @@ std::unique_ptr<Expr> FormParser::parsePrimary () {
   }
   if (at.isIdent ("ideqval") || at.isIdent ("ideqvallist") || at.isIdent ("ideqid")) {
     const std::string word = c_.next ().text;
-    auto e = makeExpr (word == "ideqval" ? Expr::Op::EqIdVal : word == "ideqid" ? Expr::Op::EqIdId : Expr::Op::EqIdValList,
+    auto              e = makeExpr (word == "ideqval"  ? Expr::Op::EqIdVal
+                                    : word == "ideqid" ? Expr::Op::EqIdId
+                                                       : Expr::Op::EqIdValList,
                        at);
     e->refs.push_back (parseQuestionRef ());
     if (!c_.peek ().isPunct ("==")) {
@@ -153,7 +152,7 @@ QuestionRef FormParser::parseQuestionRef () {
   }
   if (c_.peek (1).isPunct (".")) {
     ref.field = parseFieldRef ();
-    ref.text  = ref.field->view.path;
+    ref.text = ref.field->view.path;
   } else {
     ref.name = c_.next ().text;
     ref.text = ref.name;

@@ -21,7 +21,7 @@ struct VarStore {
   Kind            kind = Kind::Buffer;
   std::string     name;
   const TypeInfo *type = nullptr;
-  uint16_t        id   = 0; // 0 until assigned
+  uint16_t        id = 0; // 0 until assigned
   Guid            guid{};
   uint32_t        attributes = 0; // EFI variable stores only
   SourceLoc       loc;
@@ -32,9 +32,13 @@ struct FieldBinding {
   const VarStore *store = nullptr;
   FieldView       view;
 
-  uint32_t offset () const { return view.offset; }
-  uint32_t size () const { return view.size (); }
-  bool     sameStorage (const FieldBinding &o) const {
+  uint32_t offset () const {
+    return view.offset;
+  }
+  uint32_t size () const {
+    return view.size ();
+  }
+  bool sameStorage (const FieldBinding &o) const {
     return store == o.store && offset () == o.offset () && size () == o.size ();
   }
 };
@@ -61,19 +65,33 @@ struct Expr {
 
 struct DefaultSpec {
   SourceLoc             loc;
-  uint16_t              storeId = 0; // default store: 0 standard, 1 manufacturing
-  std::unique_ptr<Expr> expr;         // a Constant/True/False is a plain value; anything else an expression
+  uint16_t              storeId = 0;          // default store: 0 standard, 1 manufacturing
+  std::unique_ptr<Expr> expr;                 // a Constant/True/False is a plain value; anything else an expression
   bool                  asExpression = false; // "default value = ...": always the expression encoding
 
   bool isConstant () const {
     return !asExpression &&
            (expr->op == Expr::Op::Constant || expr->op == Expr::Op::True || expr->op == Expr::Op::False);
   }
-  uint64_t constant () const { return expr->op == Expr::Op::Constant ? expr->values[0] : expr->op == Expr::Op::True; }
+  uint64_t constant () const {
+    return expr->op == Expr::Op::Constant ? expr->values[0] : expr->op == Expr::Op::True;
+  }
 };
 
 enum class StmtKind {
-  Subtitle, Text, Numeric, OneOf, Option, CheckBox, String, Password, Action, Goto, Label, SuppressIf, GrayOutIf,
+  Subtitle,
+  Text,
+  Numeric,
+  OneOf,
+  Option,
+  CheckBox,
+  String,
+  Password,
+  Action,
+  Goto,
+  Label,
+  SuppressIf,
+  GrayOutIf,
   DisableIf
 };
 
@@ -89,12 +107,12 @@ struct Statement {
   uint16_t prompt = 0, help = 0, text2 = 0;
 
   // Questions.
-  uint16_t                    qid         = 0;
+  uint16_t                    qid = 0;
   bool                        qidExplicit = false;
   std::string                 qname;    // name = X
   std::string                 idSymbol; // macro the question id was written with, if any
   std::optional<FieldBinding> var;
-  uint8_t                     qflags  = 0; // question header flags
+  uint8_t                     qflags = 0;  // question header flags
   uint8_t                     opFlags = 0; // opcode-specific flags
 
   // Numeric and one-of range; one-of without an explicit range takes its options' span.
@@ -121,12 +139,14 @@ struct Statement {
   std::vector<std::unique_ptr<Statement>> body;      // options of a one-of; guarded items of a condition
 
   // Storage width in bytes of a numeric, one-of or check box.
-  uint8_t width () const { return var ? static_cast<uint8_t> (var->size ()) : 0; }
+  uint8_t width () const {
+    return var ? static_cast<uint8_t> (var->size ()) : 0;
+  }
 };
 
 struct DefaultStore {
   std::string name;
-  uint16_t    id     = 0;
+  uint16_t    id = 0;
   uint16_t    prompt = 0;
   SourceLoc   loc;
 };
@@ -140,14 +160,14 @@ struct Form {
 };
 
 struct FormSet {
-  std::unique_ptr<TypeTable>         types; // owns the struct layouts the stores and fields point into
-  SourceLoc                          loc;
-  Guid                               guid{};
-  uint16_t                           title = 0, help = 0;
-  std::vector<Guid>                  classGuids;
-  std::vector<DefaultStore>          defaultStores;
+  std::unique_ptr<TypeTable>             types; // owns the struct layouts the stores and fields point into
+  SourceLoc                              loc;
+  Guid                                   guid{};
+  uint16_t                               title = 0, help = 0;
+  std::vector<Guid>                      classGuids;
+  std::vector<DefaultStore>              defaultStores;
   std::vector<std::unique_ptr<VarStore>> stores;
-  std::vector<std::unique_ptr<Form>> forms;
+  std::vector<std::unique_ptr<Form>>     forms;
 };
 
 } // namespace carvex::vfr

@@ -17,14 +17,14 @@ struct FlagName {
 // Question header flags, accepted on every question (and on options, where
 // they apply to the enclosing one-of).
 const FlagName kHeaderFlags[] = {
-  {"READ_ONLY", 0x01}, {"INTERACTIVE", 0x04}, {"RESET_REQUIRED", 0x10}, {"RECONNECT_REQUIRED", 0x40}};
+    {"READ_ONLY", 0x01}, {"INTERACTIVE", 0x04}, {"RESET_REQUIRED", 0x10}, {"RECONNECT_REQUIRED", 0x40}};
 const FlagName kCheckBoxFlags[] = {
-  {"CHECKBOX_DEFAULT", 0x01}, {"CHECKBOX_DEFAULT_MFG", 0x02}, {"DEFAULT", 0x01}, {"MANUFACTURING", 0x02}};
+    {"CHECKBOX_DEFAULT", 0x01}, {"CHECKBOX_DEFAULT_MFG", 0x02}, {"DEFAULT", 0x01}, {"MANUFACTURING", 0x02}};
 const FlagName kOptionFlags[] = {
-  {"OPTION_DEFAULT", 0x10}, {"OPTION_DEFAULT_MFG", 0x20}, {"DEFAULT", 0x10}, {"MANUFACTURING", 0x20}};
+    {"OPTION_DEFAULT", 0x10}, {"OPTION_DEFAULT_MFG", 0x20}, {"DEFAULT", 0x10}, {"MANUFACTURING", 0x20}};
 const FlagName kDisplayFlags[] = {{"DISPLAY_INT_DEC", 0x00}, {"DISPLAY_UINT_DEC", 0x10}, {"DISPLAY_UINT_HEX", 0x20}};
-const FlagName kSizeFlags[]    = {
-  {"NUMERIC_SIZE_1", 0x00}, {"NUMERIC_SIZE_2", 0x01}, {"NUMERIC_SIZE_4", 0x02}, {"NUMERIC_SIZE_8", 0x03}};
+const FlagName kSizeFlags[] = {
+    {"NUMERIC_SIZE_1", 0x00}, {"NUMERIC_SIZE_2", 0x01}, {"NUMERIC_SIZE_4", 0x02}, {"NUMERIC_SIZE_8", 0x03}};
 
 template <size_t N> const FlagName *findFlag (const FlagName (&table)[N], const std::string &name) {
   for (const auto &f : table) {
@@ -85,31 +85,45 @@ struct KindWord {
   StmtKind    kind;
 };
 const KindWord kStatementWords[] = {
-  {"subtitle", StmtKind::Subtitle}, {"text", StmtKind::Text},         {"numeric", StmtKind::Numeric},
-  {"oneof", StmtKind::OneOf},       {"checkbox", StmtKind::CheckBox}, {"string", StmtKind::String},
-  {"password", StmtKind::Password}, {"action", StmtKind::Action},     {"goto", StmtKind::Goto},
+    {"subtitle", StmtKind::Subtitle}, {"text", StmtKind::Text},         {"numeric", StmtKind::Numeric},
+    {"oneof", StmtKind::OneOf},       {"checkbox", StmtKind::CheckBox}, {"string", StmtKind::String},
+    {"password", StmtKind::Password}, {"action", StmtKind::Action},     {"goto", StmtKind::Goto},
 };
 const KindWord kConditionWords[] = {
-  {"suppressif", StmtKind::SuppressIf}, {"grayoutif", StmtKind::GrayOutIf}, {"disableif", StmtKind::DisableIf}};
+    {"suppressif", StmtKind::SuppressIf}, {"grayoutif", StmtKind::GrayOutIf}, {"disableif", StmtKind::DisableIf}};
 
 } // namespace
 
 const char *kindName (StmtKind kind) {
   switch (kind) {
-  case StmtKind::Subtitle: return "subtitle";
-  case StmtKind::Text: return "text";
-  case StmtKind::Numeric: return "numeric";
-  case StmtKind::OneOf: return "oneof";
-  case StmtKind::Option: return "option";
-  case StmtKind::CheckBox: return "checkbox";
-  case StmtKind::String: return "string";
-  case StmtKind::Password: return "password";
-  case StmtKind::Action: return "action";
-  case StmtKind::Goto: return "goto";
-  case StmtKind::Label: return "label";
-  case StmtKind::SuppressIf: return "suppressif";
-  case StmtKind::GrayOutIf: return "grayoutif";
-  case StmtKind::DisableIf: return "disableif";
+  case StmtKind::Subtitle:
+    return "subtitle";
+  case StmtKind::Text:
+    return "text";
+  case StmtKind::Numeric:
+    return "numeric";
+  case StmtKind::OneOf:
+    return "oneof";
+  case StmtKind::Option:
+    return "option";
+  case StmtKind::CheckBox:
+    return "checkbox";
+  case StmtKind::String:
+    return "string";
+  case StmtKind::Password:
+    return "password";
+  case StmtKind::Action:
+    return "action";
+  case StmtKind::Goto:
+    return "goto";
+  case StmtKind::Label:
+    return "label";
+  case StmtKind::SuppressIf:
+    return "suppressif";
+  case StmtKind::GrayOutIf:
+    return "grayoutif";
+  case StmtKind::DisableIf:
+    return "disableif";
   }
   return "?";
 }
@@ -134,7 +148,9 @@ bool hasValue (StmtKind kind) {
 }
 
 FormParser::FormParser (const std::vector<Token> &tokens, const std::string &mainFile)
-    : tokens_ (tokens), mainFile_ (mainFile), c_ (tokens_, {mainFile, 1}), types_ (std::make_unique<TypeTable> ()), structs_ (*types_, pack_) {}
+    : tokens_ (tokens), mainFile_ (mainFile), c_ (tokens_, {mainFile, 1}), types_ (std::make_unique<TypeTable> ()),
+      structs_ (*types_, pack_) {
+}
 
 std::unique_ptr<FormSet> FormParser::parse () {
   while (!c_.atEnd ()) {
@@ -165,21 +181,21 @@ std::unique_ptr<FormSet> FormParser::parse () {
 
 void FormParser::parseFormSet () {
   const Token &at = c_.next ();
-  formSet_        = std::make_unique<FormSet> ();
-  formSet_->loc   = at.loc;
+  formSet_ = std::make_unique<FormSet> ();
+  formSet_->loc = at.loc;
   bool haveGuid = false, haveTitle = false, haveHelp = false;
   while (c_.peek ().kind == TokenKind::Identifier && c_.peek (1).isPunct ("=")) {
     const Token key = c_.next ();
     c_.next ();
     if (key.text == "guid" && !haveGuid) {
       formSet_->guid = parseGuid ();
-      haveGuid       = true;
+      haveGuid = true;
     } else if (key.text == "title" && !haveTitle) {
       formSet_->title = parseStringToken ();
-      haveTitle       = true;
+      haveTitle = true;
     } else if (key.text == "help" && !haveHelp) {
       formSet_->help = parseStringToken ();
-      haveHelp       = true;
+      haveHelp = true;
     } else if (key.text == "classguid" && formSet_->classGuids.empty ()) {
       do {
         formSet_->classGuids.push_back (parseGuid ());
@@ -222,10 +238,10 @@ void FormParser::parseFormSet () {
 }
 
 void FormParser::parseDefaultStore () {
-  const Token &at   = c_.next ();
+  const Token &at = c_.next ();
   DefaultStore ds;
-  ds.loc            = at.loc;
-  ds.name           = c_.expectIdentifier ("for the default store").text;
+  ds.loc = at.loc;
+  ds.name = c_.expectIdentifier ("for the default store").text;
   bool haveAttribute = false;
   while (c_.acceptPunct (",")) {
     const Token key = c_.expectIdentifier ("of a default store attribute");
@@ -233,7 +249,7 @@ void FormParser::parseDefaultStore () {
     if (key.text == "prompt") {
       ds.prompt = parseStringToken ();
     } else if (key.text == "attribute") {
-      ds.id         = static_cast<uint16_t> (parseConstMax ("default store id", 0xFFFF));
+      ds.id = static_cast<uint16_t> (parseConstMax ("default store id", 0xFFFF));
       haveAttribute = true;
       if (ds.id > 1) {
         c_.failAt (key, "only the standard (0x0000) and manufacturing (0x0001) default stores are supported");
@@ -253,12 +269,12 @@ void FormParser::parseDefaultStore () {
 }
 
 void FormParser::parseVarStore (bool efi) {
-  const Token &at    = c_.next ();
+  const Token &at = c_.next ();
   auto         store = std::make_unique<VarStore> ();
-  store->kind        = efi ? VarStore::Kind::Efi : VarStore::Kind::Buffer;
-  store->loc         = at.loc;
-  const Token &type  = c_.expectIdentifier ("for the store's struct type");
-  store->type        = types_->find (type.text);
+  store->kind = efi ? VarStore::Kind::Efi : VarStore::Kind::Buffer;
+  store->loc = at.loc;
+  const Token &type = c_.expectIdentifier ("for the store's struct type");
+  store->type = types_->find (type.text);
   if (store->type == nullptr || !store->type->isStruct) {
     c_.failAt (type, "unknown struct type '" + type.text + "'");
   }
@@ -273,7 +289,10 @@ void FormParser::parseVarStore (bool efi) {
   while (c_.acceptPunct (",")) {
     const Token key = c_.expectIdentifier ("of a store attribute");
     c_.expectPunct ("=", "after the attribute name");
-    bool &seen = key.text == "guid" ? haveGuid : key.text == "attribute" ? haveAttribute : key.text == "name" ? haveName : haveId;
+    bool &seen = key.text == "guid"        ? haveGuid
+                 : key.text == "attribute" ? haveAttribute
+                 : key.text == "name"      ? haveName
+                                           : haveId;
     if (seen) {
       c_.failAt (key, "duplicate store attribute '" + key.text + "'");
     }
@@ -314,21 +333,22 @@ void FormParser::parseVarStore (bool efi) {
 void FormParser::parseForm () {
   const Token &at = c_.next ();
   auto         form = std::make_unique<Form> ();
-  form->loc         = at.loc;
+  form->loc = at.loc;
   bool haveId = false, haveTitle = false;
   do {
     const Token key = c_.expectIdentifier ("of a form attribute");
     c_.expectPunct ("=", "after the attribute name");
     if (key.text == "formid" && !haveId) {
-      form->idSymbol = c_.peek ().macro;
-      form->id       = static_cast<uint16_t> (parseConstMax ("form id", 0xFFFF));
-      haveId         = true;
+      const size_t start = c_.position ();
+      form->id = static_cast<uint16_t> (parseConstMax ("form id", 0xFFFF));
+      form->idSymbol = macroOfValue (start);
+      haveId = true;
       if (form->id == 0) {
         c_.failAt (key, "form id 0 is reserved");
       }
     } else if (key.text == "title" && !haveTitle) {
       form->title = parseStringToken ();
-      haveTitle   = true;
+      haveTitle = true;
     } else {
       c_.failAt (key, "unexpected form attribute '" + key.text + "'");
     }
@@ -340,7 +360,7 @@ void FormParser::parseForm () {
   for (const auto &other : formSet_->forms) {
     if (other->id == form->id) {
       c_.failAt (at, "form id " + std::to_string (form->id) + " is already used (line " +
-                       std::to_string (other->loc.line) + ")");
+                         std::to_string (other->loc.line) + ")");
     }
   }
   form_ = form.get ();
@@ -384,10 +404,10 @@ std::unique_ptr<Statement> FormParser::parseItem (Context context) {
 
 std::unique_ptr<Statement> FormParser::parseCondition (StmtKind kind, Context context) {
   const Token &at = c_.next ();
-  auto         s  = std::make_unique<Statement> ();
-  s->kind         = kind;
-  s->loc          = at.loc;
-  s->condition    = parseExpression ();
+  auto         s = std::make_unique<Statement> ();
+  s->kind = kind;
+  s->loc = at.loc;
+  s->condition = parseExpression ();
   c_.expectPunct (";", "after the condition");
   while (!c_.peek ().isIdent ("endif")) {
     if (c_.atEnd () || c_.peek ().isIdent ("endform") || c_.peek ().isIdent ("endoneof") ||
@@ -403,33 +423,34 @@ std::unique_ptr<Statement> FormParser::parseCondition (StmtKind kind, Context co
 
 std::unique_ptr<Statement> FormParser::parseLabel () {
   const Token &at = c_.next ();
-  auto         s  = std::make_unique<Statement> ();
-  s->kind         = StmtKind::Label;
-  s->loc          = at.loc;
-  s->labelSymbol  = c_.peek ().macro;
-  s->label        = static_cast<uint16_t> (parseConstMax ("label number", 0xFFFF));
+  auto         s = std::make_unique<Statement> ();
+  s->kind = StmtKind::Label;
+  s->loc = at.loc;
+  const size_t start = c_.position ();
+  s->label = static_cast<uint16_t> (parseConstMax ("label number", 0xFFFF));
+  s->labelSymbol = macroOfValue (start);
   c_.expectPunct (";", "after the label number");
   return s;
 }
 
 std::unique_ptr<Statement> FormParser::parseAttributed (StmtKind kind) {
   const Token &at = c_.next ();
-  auto         s  = std::make_unique<Statement> ();
-  s->kind         = kind;
-  s->loc          = at.loc;
+  auto         s = std::make_unique<Statement> ();
+  s->kind = kind;
+  s->loc = at.loc;
   seenKeys_.clear ();
-  sizeFlag_     = -1;
+  sizeFlag_ = -1;
   displayGiven_ = false;
 
   if (kind == StmtKind::Goto && c_.peek ().kind == TokenKind::Number) {
     // EDK II's short form: goto <formid>, ...
-    s->targetLoc  = c_.peek ().loc;
+    s->targetLoc = c_.peek ().loc;
     s->targetForm = static_cast<uint16_t> (parseConstMax ("form id", 0xFFFF));
     seenKeys_.push_back ("formid");
     c_.expectPunct (",", "after the goto form id");
   }
-  const auto keys           = allowedKeys (kind);
-  const bool takesDefaults  = kind == StmtKind::Numeric || kind == StmtKind::OneOf || kind == StmtKind::CheckBox;
+  const auto keys = allowedKeys (kind);
+  const bool takesDefaults = kind == StmtKind::Numeric || kind == StmtKind::OneOf || kind == StmtKind::CheckBox;
   for (;;) {
     const Token &key = c_.peek ();
     if (key.kind != TokenKind::Identifier) {
@@ -441,9 +462,9 @@ std::unique_ptr<Statement> FormParser::parseAttributed (StmtKind kind) {
       if (std::find (keys.begin (), keys.end (), key.text) == keys.end ()) {
         c_.fail ("'" + key.text + "' is not an attribute of " + kindName (kind));
       }
-      const bool repeatable = kind == StmtKind::Text && key.text == "text" &&
-                              std::count (seenKeys_.begin (), seenKeys_.end (), "text") < 2;
-      const bool idTwice    = (key.text == "key" || key.text == "questionid") &&
+      const bool repeatable =
+          kind == StmtKind::Text && key.text == "text" && std::count (seenKeys_.begin (), seenKeys_.end (), "text") < 2;
+      const bool idTwice = (key.text == "key" || key.text == "questionid") &&
                            (std::count (seenKeys_.begin (), seenKeys_.end (), "key") +
                             std::count (seenKeys_.begin (), seenKeys_.end (), "questionid")) > 0;
       if ((!repeatable && std::count (seenKeys_.begin (), seenKeys_.end (), key.text) > 0) || idTwice) {
@@ -463,9 +484,9 @@ std::unique_ptr<Statement> FormParser::parseAttributed (StmtKind kind) {
 
   if (kind == StmtKind::OneOf) {
     // Options are statements of their own: keep this question's parse state.
-    const auto savedKeys     = seenKeys_;
-    const int  savedSize     = sizeFlag_;
-    const bool savedDisplay  = displayGiven_;
+    const auto savedKeys = seenKeys_;
+    const int  savedSize = sizeFlag_;
+    const bool savedDisplay = displayGiven_;
     while (!c_.peek ().isIdent ("endoneof")) {
       if (c_.atEnd ()) {
         c_.failAt (at, "oneof is not closed by 'endoneof'");
@@ -477,8 +498,8 @@ std::unique_ptr<Statement> FormParser::parseAttributed (StmtKind kind) {
       }
       s->body.push_back (parseItem (Context::OneOf));
     }
-    seenKeys_     = savedKeys;
-    sizeFlag_     = savedSize;
+    seenKeys_ = savedKeys;
+    sizeFlag_ = savedSize;
     displayGiven_ = savedDisplay;
   }
   if (const char *end = endKeyword (kind)) {
@@ -496,8 +517,9 @@ void FormParser::parseAttribute (Statement &s, const std::string &key) {
   } else if (key == "varid") {
     s.var = parseFieldRef ();
   } else if (key == "questionid" || key == "key") {
-    s.idSymbol    = value.macro;
-    s.qid         = static_cast<uint16_t> (parseConstMax ("question id", 0xFFFF));
+    const size_t start = c_.position ();
+    s.qid = static_cast<uint16_t> (parseConstMax ("question id", 0xFFFF));
+    s.idSymbol = macroOfValue (start);
     s.qidExplicit = true;
     if (s.qid == 0) {
       c_.failAt (value, "question id 0 is reserved");
@@ -511,10 +533,10 @@ void FormParser::parseAttribute (Statement &s, const std::string &key) {
   } else if (key == "flags") {
     parseFlags (s);
   } else if (key == "minimum") {
-    s.minimum    = parseConst ("minimum");
+    s.minimum = parseConst ("minimum");
     s.rangeGiven = true;
   } else if (key == "maximum") {
-    s.maximum    = parseConst ("maximum");
+    s.maximum = parseConst ("maximum");
     s.rangeGiven = true;
   } else if (key == "step") {
     s.step = parseConst ("step");
@@ -525,7 +547,7 @@ void FormParser::parseAttribute (Statement &s, const std::string &key) {
   } else if (key == "config") {
     s.config = parseStringToken ();
   } else if (key == "formid") {
-    s.targetLoc  = value.loc;
+    s.targetLoc = value.loc;
     s.targetForm = static_cast<uint16_t> (parseConstMax ("form id", 0xFFFF));
   } else if (key == "question") {
     s.targetQuestion = static_cast<uint16_t> (parseConstMax ("question id", 0xFFFF));
@@ -547,7 +569,7 @@ void FormParser::parseFlags (Statement &s) {
       continue;
     }
     const std::string name = c_.expectIdentifier ("of a flag").text;
-    const FlagName   *f    = nullptr;
+    const FlagName   *f = nullptr;
     if (s.kind == StmtKind::Option) {
       if ((f = findFlag (kOptionFlags, name)) != nullptr) {
         s.optionFlags |= f->value;
@@ -577,7 +599,7 @@ void FormParser::parseFlags (Statement &s) {
         continue;
       }
       if ((f = findFlag (kDisplayFlags, name)) != nullptr) {
-        s.opFlags     = static_cast<uint8_t> ((s.opFlags & ~0x30) | f->value);
+        s.opFlags = static_cast<uint8_t> ((s.opFlags & ~0x30) | f->value);
         displayGiven_ = true;
         continue;
       }
@@ -589,7 +611,7 @@ void FormParser::parseFlags (Statement &s) {
 void FormParser::parseDefault (Statement &s) {
   const Token &at = c_.next ();
   DefaultSpec  d;
-  d.loc             = at.loc;
+  d.loc = at.loc;
   const bool valueForm = c_.acceptIdent ("value");
   c_.expectPunct ("=", "after 'default'");
   d.expr = parseExpression ();
@@ -598,12 +620,12 @@ void FormParser::parseDefault (Statement &s) {
     c_.next ();
     c_.next ();
     c_.expectPunct ("=", "after 'defaultstore'");
-    const Token &name  = c_.expectIdentifier ("of a default store");
+    const Token &name = c_.expectIdentifier ("of a default store");
     bool         found = false;
     for (const auto &ds : formSet_->defaultStores) {
       if (ds.name == name.text) {
         d.storeId = ds.id;
-        found     = true;
+        found = true;
       }
     }
     if (!found) {
@@ -633,7 +655,7 @@ void FormParser::checkRequired (const Statement &s, std::initializer_list<const 
 // Checks that need the whole statement: storage widths, ranges, sizes.
 void FormParser::finishQuestion (Statement &s) {
   auto fail = [&] (const std::string &message) { throw CompileError (s.loc, message); };
-  auto fits     = [] (uint64_t v, unsigned width) { return width >= 8 || v <= ((uint64_t{1} << (8 * width)) - 1); };
+  auto fits = [] (uint64_t v, unsigned width) { return width >= 8 || v <= ((uint64_t{1} << (8 * width)) - 1); };
 
   switch (s.kind) {
   case StmtKind::Subtitle:
@@ -658,7 +680,7 @@ void FormParser::finishQuestion (Statement &s) {
     break;
   }
   checkRequired (s, {"varid", "prompt", "help"});
-  const FieldView &v = s.var->view;
+  const FieldView  &v = s.var->view;
   const std::string field = "'" + v.path + "'";
   if (s.kind == StmtKind::String || s.kind == StmtKind::Password) {
     checkRequired (s, {"maxsize"});
@@ -672,8 +694,8 @@ void FormParser::finishQuestion (Statement &s) {
       fail ("string maxsize is limited to 255 characters");
     }
     if (uint32_t{s.maxSize} * 2 > v.size ()) {
-      fail ("maxsize " + std::to_string (s.maxSize) + " needs " + std::to_string (s.maxSize * 2) + " bytes but " + field +
-            " has " + std::to_string (v.size ()));
+      fail ("maxsize " + std::to_string (s.maxSize) + " needs " + std::to_string (s.maxSize * 2) + " bytes but " +
+            field + " has " + std::to_string (v.size ()));
     }
     return;
   }
@@ -694,7 +716,7 @@ void FormParser::finishQuestion (Statement &s) {
     return;
   }
   checkRequired (s, s.kind == StmtKind::Numeric ? std::initializer_list<const char *>{"minimum", "maximum"}
-                                                    : std::initializer_list<const char *>{});
+                                                : std::initializer_list<const char *>{});
   static const int kSizeCode[] = {-1, 0, 1, -1, 2, -1, -1, -1, 3};
   if (sizeFlag_ >= 0 && sizeFlag_ != kSizeCode[w]) {
     fail ("NUMERIC_SIZE flag does not match the " + std::to_string (w) + "-byte field " + field);
@@ -726,7 +748,7 @@ void FormParser::finishQuestion (Statement &s) {
     for (const Statement *o : options) {
       if (!fits (o->optionValue, w) || o->optionValue < s.minimum || o->optionValue > s.maximum) {
         throw CompileError (o->loc, "option value " + std::to_string (o->optionValue) +
-                                      " is outside the one-of's range or width");
+                                        " is outside the one-of's range or width");
       }
       s.qflags |= o->qflags;
     }
@@ -740,12 +762,22 @@ void FormParser::finishQuestion (Statement &s) {
   for (const auto &d : s.defaults) {
     if (d.isConstant () && (d.constant () < s.minimum || d.constant () > s.maximum)) {
       throw CompileError (d.loc, "default " + std::to_string (d.constant ()) + " is outside " +
-                                   std::to_string (s.minimum) + ".." + std::to_string (s.maximum));
+                                     std::to_string (s.minimum) + ".." + std::to_string (s.maximum));
     }
   }
 }
 
 // ---------------------------------------------------------------- values
+
+std::string FormParser::macroOfValue (size_t start) const {
+  const std::string &macro = tokens_[start].macro;
+  for (size_t i = start; i < c_.position (); ++i) {
+    if (tokens_[i].macro != macro) {
+      return {}; // written as an expression, not as one name
+    }
+  }
+  return macro;
+}
 
 uint16_t FormParser::parseStringToken () {
   c_.expectIdent ("STRING_TOKEN", "for a string");
@@ -762,7 +794,7 @@ uint16_t FormParser::parseStringToken () {
 Guid FormParser::parseGuid () {
   Guid         g{};
   const Token &at = c_.expectPunct ("{", "to open a GUID");
-  auto part       = [&] (unsigned bytes, size_t offset) {
+  auto         part = [&] (unsigned bytes, size_t offset) {
     const Token &t = c_.peek ();
     uint64_t     v = parseConst ("GUID part");
     if (bytes < 8 && v >> (8 * bytes) != 0) {
@@ -802,7 +834,7 @@ uint64_t FormParser::parseConst (const char *what) {
 
 uint64_t FormParser::parseConstMax (const char *what, uint64_t max) {
   const Token &at = c_.peek ();
-  uint64_t     v  = parseConst (what);
+  uint64_t     v = parseConst (what);
   if (v > max) {
     c_.failAt (at, std::string (what) + " " + std::to_string (v) + " is larger than " + std::to_string (max));
   }

@@ -47,6 +47,7 @@ private:
   uint64_t     parseConstMax (const char *what, uint64_t max);
   FieldBinding parseFieldRef ();
   VarStore    *findStore (const std::string &name) const;
+  std::string  macroOfValue (size_t start) const; // the macro a value just read was written as, if it was one
 
   // Expressions (ExpressionParser.cpp).
   std::unique_ptr<Expr> parseExpression ();
@@ -58,18 +59,18 @@ private:
   uint16_t              parseCompareValue (const char *what);
   std::unique_ptr<Expr> makeExpr (Expr::Op op, const Token &at);
 
-  const std::vector<Token> &tokens_;
-  std::string               mainFile_;
-  TokenCursor               c_;
+  const std::vector<Token>  &tokens_;
+  std::string                mainFile_;
+  TokenCursor                c_;
   std::unique_ptr<TypeTable> types_;
-  PackState                 pack_;
-  StructReader              structs_;
-  std::unique_ptr<FormSet>  formSet_;
-  Form                     *form_ = nullptr;
+  PackState                  pack_;
+  StructReader               structs_;
+  std::unique_ptr<FormSet>   formSet_;
+  Form                      *form_ = nullptr;
 
   // Per-statement state that does not belong in the tree.
   std::vector<std::string> seenKeys_;
-  int                      sizeFlag_     = -1; // NUMERIC_SIZE_n given in flags
+  int                      sizeFlag_ = -1; // NUMERIC_SIZE_n given in flags
   bool                     displayGiven_ = false;
 };
 

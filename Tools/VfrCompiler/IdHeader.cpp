@@ -41,7 +41,7 @@ public:
 
   void add (const std::string &name, uint64_t value, int digits = 4) {
     std::string full = prefix_ + kind_ + "_" + sanitize (name);
-    auto        it   = seen_.find (full);
+    auto        it = seen_.find (full);
     if (it != seen_.end ()) {
       if (it->second == value) {
         return;
@@ -53,10 +53,10 @@ public:
   }
 
 private:
-  std::string                      &out_;
-  const std::string                &prefix_;
-  std::string                       kind_;
-  std::map<std::string, uint64_t>   seen_;
+  std::string                    &out_;
+  const std::string              &prefix_;
+  std::string                     kind_;
+  std::map<std::string, uint64_t> seen_;
 };
 
 } // namespace
@@ -64,8 +64,8 @@ private:
 std::string renderIdHeader (const FormSet &fs, const std::string &prefix, const std::string &headerFileName,
                             const std::string &sourceName) {
   const std::string guard = tools::includeGuardFor (headerFileName);
-  std::string       out   = "// Identifiers of the forms compiled from " + sourceName +
-                      ".\n// Generated file: do not edit.\n#ifndef " + guard + "\n#define " + guard + "\n";
+  std::string       out = "// Identifiers of the forms compiled from " + sourceName +
+                    ".\n// Generated file: do not edit.\n#ifndef " + guard + "\n#define " + guard + "\n";
   {
     Section stores (out, prefix, "VARSTORE", "Variable stores: id and size in bytes");
     for (const auto &s : fs.stores) {
@@ -85,7 +85,7 @@ std::string renderIdHeader (const FormSet &fs, const std::string &prefix, const 
       if (!isQuestion (s.kind)) {
         return;
       }
-      std::string name = !s.qname.empty ()    ? s.qname
+      std::string name = !s.qname.empty ()      ? s.qname
                          : !s.idSymbol.empty () ? s.idSymbol
                          : s.var                ? s.var->view.path
                                                 : hex (s.qid, 4).substr (2);

@@ -8,16 +8,45 @@ namespace {
 
 // Opcodes used here.
 enum : uint8_t {
-  kForm = 0x01, kSubtitle = 0x02, kText = 0x03, kOneOf = 0x05, kCheckBox = 0x06, kNumeric = 0x07, kPassword = 0x08,
-  kOneOfOption = 0x09, kSuppressIf = 0x0A, kAction = 0x0C, kFormSet = 0x0E, kRef = 0x0F, kEqIdVal = 0x12,
-  kEqIdId = 0x13, kEqIdValList = 0x14, kAnd = 0x15, kOr = 0x16, kNot = 0x17, kGrayOutIf = 0x19, kString = 0x1C,
-  kDisableIf = 0x1E, kVarStore = 0x24, kVarStoreEfi = 0x26, kEnd = 0x29, kConditional = 0x50, kUint8 = 0x42,
-  kUint16 = 0x43, kUint32 = 0x44, kUint64 = 0x45, kTrue = 0x46, kFalse = 0x47, kValue = 0x5A, kDefault = 0x5B,
-  kDefaultStore = 0x5C, kGuidOp = 0x5F,
+  kForm = 0x01,
+  kSubtitle = 0x02,
+  kText = 0x03,
+  kOneOf = 0x05,
+  kCheckBox = 0x06,
+  kNumeric = 0x07,
+  kPassword = 0x08,
+  kOneOfOption = 0x09,
+  kSuppressIf = 0x0A,
+  kAction = 0x0C,
+  kFormSet = 0x0E,
+  kRef = 0x0F,
+  kEqIdVal = 0x12,
+  kEqIdId = 0x13,
+  kEqIdValList = 0x14,
+  kAnd = 0x15,
+  kOr = 0x16,
+  kNot = 0x17,
+  kGrayOutIf = 0x19,
+  kString = 0x1C,
+  kDisableIf = 0x1E,
+  kVarStore = 0x24,
+  kVarStoreEfi = 0x26,
+  kEnd = 0x29,
+  kConditional = 0x50,
+  kUint8 = 0x42,
+  kUint16 = 0x43,
+  kUint32 = 0x44,
+  kUint64 = 0x45,
+  kTrue = 0x46,
+  kFalse = 0x47,
+  kValue = 0x5A,
+  kDefault = 0x5B,
+  kDefaultStore = 0x5C,
+  kGuidOp = 0x5F,
 };
 enum : uint8_t { kTypeNum8 = 0x00, kTypeBoolean = 0x04, kTypeOther = 0x08 };
-constexpr uint8_t  kPackageForms   = 0x02;
-constexpr uint16_t kNoVarOffset    = 0xFFFF; // question without storage
+constexpr uint8_t  kPackageForms = 0x02;
+constexpr uint16_t kNoVarOffset = 0xFFFF; // question without storage
 constexpr uint8_t  kPlatformSetupClass[16] = {0x71, 0x99, 0x03, 0x93, 0x45, 0x85, 0x04, 0x4B,
                                               0xB4, 0x5E, 0x32, 0xEB, 0x83, 0x26, 0x04, 0x0E};
 constexpr uint8_t  kTianoGuid[16] = {0x35, 0x17, 0x0B, 0x0F, 0xA0, 0x87, 0x93, 0x41,
@@ -25,9 +54,15 @@ constexpr uint8_t  kTianoGuid[16] = {0x35, 0x17, 0x0B, 0x0F, 0xA0, 0x87, 0x93, 0
 
 class Op {
 public:
-  Op &u8 (uint64_t v) { return le (v, 1); }
-  Op &u16 (uint64_t v) { return le (v, 2); }
-  Op &u32 (uint64_t v) { return le (v, 4); }
+  Op &u8 (uint64_t v) {
+    return le (v, 1);
+  }
+  Op &u16 (uint64_t v) {
+    return le (v, 2);
+  }
+  Op &u32 (uint64_t v) {
+    return le (v, 4);
+  }
   Op &le (uint64_t v, unsigned width) {
     for (unsigned i = 0; i < width; ++i) {
       bytes.push_back (static_cast<uint8_t> (v >> (8 * i)));
@@ -41,7 +76,9 @@ public:
   std::vector<uint8_t> bytes;
 };
 
-unsigned widthCode (unsigned width) { return width == 1 ? 0 : width == 2 ? 1 : width == 4 ? 2 : 3; }
+unsigned widthCode (unsigned width) {
+  return width == 1 ? 0 : width == 2 ? 1 : width == 4 ? 2 : 3;
+}
 
 class Encoder {
 public:
@@ -62,11 +99,11 @@ public:
     // Both standard stores always exist, as VfrCompiler makes them.
     for (uint16_t id : {uint16_t{0}, uint16_t{1}}) {
       uint16_t  prompt = 0;
-      SourceLoc loc    = fs.loc;
+      SourceLoc loc = fs.loc;
       for (const auto &ds : fs.defaultStores) {
         if (ds.id == id) {
           prompt = ds.prompt;
-          loc    = ds.loc;
+          loc = ds.loc;
         }
       }
       emit (kDefaultStore, false, Op ().u16 (prompt).u16 (id), loc);
@@ -102,14 +139,16 @@ private:
     const size_t length = payload.bytes.size () + 2;
     if (length > 127) {
       throw CompileError (loc, "this opcode would be " + std::to_string (length) +
-                                 " bytes; an IFR opcode is limited to 127");
+                                   " bytes; an IFR opcode is limited to 127");
     }
     out_.push_back (opcode);
     out_.push_back (static_cast<uint8_t> (length | (scope ? 0x80 : 0)));
     out_.insert (out_.end (), payload.bytes.begin (), payload.bytes.end ());
   }
 
-  void end () { out_.insert (out_.end (), {kEnd, 0x02}); }
+  void end () {
+    out_.insert (out_.end (), {kEnd, 0x02});
+  }
 
   Op questionHeader (const Statement &s) {
     Op op;
@@ -139,7 +178,7 @@ private:
       break;
     case StmtKind::Numeric:
     case StmtKind::OneOf: {
-      const unsigned w  = s.width ();
+      const unsigned w = s.width ();
       Op             op = questionHeader (s);
       op.u8 (s.opFlags).le (s.minimum, w).le (s.maximum, w).le (s.step, w);
       emit (s.kind == StmtKind::Numeric ? kNumeric : kOneOf, true, op, s.loc);
@@ -183,7 +222,7 @@ private:
     case StmtKind::SuppressIf:
     case StmtKind::GrayOutIf:
     case StmtKind::DisableIf: {
-      const uint8_t code = s.kind == StmtKind::SuppressIf ? kSuppressIf
+      const uint8_t code = s.kind == StmtKind::SuppressIf  ? kSuppressIf
                            : s.kind == StmtKind::GrayOutIf ? kGrayOutIf
                                                            : kDisableIf;
       emit (code, true, Op (), s.loc);
@@ -290,6 +329,8 @@ private:
 
 } // namespace
 
-std::vector<uint8_t> encodeFormPackage (const FormSet &formSet) { return Encoder ().run (formSet); }
+std::vector<uint8_t> encodeFormPackage (const FormSet &formSet) {
+  return Encoder ().run (formSet);
+}
 
 } // namespace carvex::vfr

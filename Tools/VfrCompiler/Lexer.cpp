@@ -6,8 +6,12 @@ namespace carvex::vfr {
 
 namespace {
 
-bool isIdentStart (char c) { return std::isalpha (static_cast<unsigned char> (c)) || c == '_'; }
-bool isIdentChar (char c) { return std::isalnum (static_cast<unsigned char> (c)) || c == '_'; }
+bool isIdentStart (char c) {
+  return std::isalpha (static_cast<unsigned char> (c)) || c == '_';
+}
+bool isIdentChar (char c) {
+  return std::isalnum (static_cast<unsigned char> (c)) || c == '_';
+}
 
 // Value of a C integer literal (decimal, 0x hex, 0 octal, u/l suffixes).
 bool parseInteger (const std::string &text, uint64_t &value) {
@@ -16,14 +20,14 @@ bool parseInteger (const std::string &text, uint64_t &value) {
     --end;
   }
   std::string digits = text.substr (0, end);
-  unsigned    base   = 10;
-  size_t      pos    = 0;
+  unsigned    base = 10;
+  size_t      pos = 0;
   if (digits.size () > 2 && digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X')) {
     base = 16;
-    pos  = 2;
+    pos = 2;
   } else if (digits.size () > 1 && digits[0] == '0') {
     base = 8;
-    pos  = 1;
+    pos = 1;
   }
   if (digits.empty ()) {
     return false;
@@ -47,8 +51,8 @@ bool parseInteger (const std::string &text, uint64_t &value) {
   return true;
 }
 
-const char *const kPunctuators[] = {"<<=", ">>=", "...", "==", "!=", "<=", ">=", "&&", "||", "<<", ">>", "->", "::",
-                                    "++",  "--",  "+=",  "-=", "*=", "/=", "|=", "&=", "^="};
+const char *const kPunctuators[] = {"<<=", ">>=", "...", "==", "!=", "<=", ">=", "&&", "||", "<<", ">>",
+                                    "->",  "::",  "++",  "--", "+=", "-=", "*=", "/=", "|=", "&=", "^="};
 
 } // namespace
 
@@ -62,9 +66,9 @@ std::vector<Token> lexLine (const std::string &line, const SourceLoc &loc, bool 
       continue;
     }
     Token tok;
-    tok.loc        = loc;
+    tok.loc = loc;
     tok.inMainFile = inMainFile;
-    size_t start   = i;
+    size_t start = i;
     if (isIdentStart (c)) {
       while (i < line.size () && isIdentChar (line[i])) {
         ++i;
@@ -78,7 +82,7 @@ std::vector<Token> lexLine (const std::string &line, const SourceLoc &loc, bool 
               (!hex && (line[i] == '+' || line[i] == '-') && (line[i - 1] == 'e' || line[i - 1] == 'E')))) {
         ++i;
       }
-      tok.kind      = TokenKind::Number;
+      tok.kind = TokenKind::Number;
       tok.badNumber = !parseInteger (line.substr (start, i - start), tok.value);
     } else if (c == '"' || c == '\'') {
       ++i;
@@ -110,8 +114,8 @@ std::vector<Token> lexLine (const std::string &line, const SourceLoc &loc, bool 
 std::string stripComments (const std::string &text, const std::string &fileName) {
   std::string out;
   out.reserve (text.size ());
-  size_t i           = 0;
-  int    line        = 1;
+  size_t i = 0;
+  int    line = 1;
   int    commentLine = 0;
   while (i < text.size ()) {
     char c = text[i];

@@ -17,17 +17,16 @@ namespace {
 namespace fs = std::filesystem;
 using carvex::tools::CompileError;
 
-const char kUsage[] =
-  "usage: carvex-vfrc [options] <file.vfr>\n"
-  "  -I <dir>             add an include folder (repeatable)\n"
-  "  -D <NAME>[=<value>]  define a macro (default value 1)\n"
-  "  -o <dir>             output folder (default: current folder)\n"
-  "  --base-name <name>   base of the output names (default: the source's stem);\n"
-  "                       writes <name>Bin.h, <name>Bin.cpp and <name>Ids.h\n"
-  "  --array-name <name>  name of the byte array (default: <name>Bin)\n"
-  "  --ids-prefix <text>  prefix of the identifier macros (default: <NAME>_)\n"
-  "  --binary <file>      also write the raw forms package\n"
-  "  --depfile <file>     write a Makefile-style list of the files read\n";
+const char kUsage[] = "usage: carvex-vfrc [options] <file.vfr>\n"
+                      "  -I <dir>             add an include folder (repeatable)\n"
+                      "  -D <NAME>[=<value>]  define a macro (default value 1)\n"
+                      "  -o <dir>             output folder (default: current folder)\n"
+                      "  --base-name <name>   base of the output names (default: the source's stem);\n"
+                      "                       writes <name>Bin.h, <name>Bin.cpp and <name>Ids.h\n"
+                      "  --array-name <name>  name of the byte array (default: <name>Bin)\n"
+                      "  --ids-prefix <text>  prefix of the identifier macros (default: <NAME>_)\n"
+                      "  --binary <file>      also write the raw forms package\n"
+                      "  --depfile <file>     write a Makefile-style list of the files read\n";
 
 struct Options {
   std::string                      input, outDir = ".", baseName, arrayName, idsPrefix, binary, depfile;
@@ -37,23 +36,23 @@ struct Options {
 
 bool parseArgs (int argc, char **argv, Options &o) {
   for (int i = 1; i < argc; ++i) {
-    std::string arg   = argv[i];
-    auto        value = [&] () -> const char * { return i + 1 < argc ? argv[++i] : nullptr; };
-    const char *v     = nullptr;
+    std::string arg = argv[i];
+    auto        value = [&] () -> const char        *{ return i + 1 < argc ? argv[++i] : nullptr; };
+    const char *v = nullptr;
     if (arg == "-I" || arg == "-D" || arg == "-o" || arg == "--base-name" || arg == "--array-name" ||
         arg == "--ids-prefix" || arg == "--binary" || arg == "--depfile") {
       if ((v = value ()) == nullptr) {
         return false;
       }
     } else if (arg.size () > 2 && (arg.rfind ("-I", 0) == 0 || arg.rfind ("-D", 0) == 0)) {
-      v   = argv[i] + 2;
+      v = argv[i] + 2;
       arg = arg.substr (0, 2);
     }
     if (arg == "-I") {
       o.pp.includeDirs.push_back (v);
     } else if (arg == "-D") {
       std::string def = v;
-      size_t      eq  = def.find ('=');
+      size_t      eq = def.find ('=');
       o.pp.defines.emplace_back (def.substr (0, eq), eq == std::string::npos ? "1" : def.substr (eq + 1));
     } else if (arg == "-o") {
       o.outDir = v;
@@ -62,7 +61,7 @@ bool parseArgs (int argc, char **argv, Options &o) {
     } else if (arg == "--array-name") {
       o.arrayName = v;
     } else if (arg == "--ids-prefix") {
-      o.idsPrefix   = v;
+      o.idsPrefix = v;
       o.prefixGiven = true;
     } else if (arg == "--binary") {
       o.binary = v;
@@ -89,7 +88,8 @@ bool parseArgs (int argc, char **argv, Options &o) {
     }
     o.idsPrefix += "_";
   }
-  return carvex::tools::isCIdentifier (o.arrayName) && (o.idsPrefix.empty () || carvex::tools::isCIdentifier (o.idsPrefix));
+  return carvex::tools::isCIdentifier (o.arrayName) &&
+         (o.idsPrefix.empty () || carvex::tools::isCIdentifier (o.idsPrefix));
 }
 
 bool write (const std::string &path, const std::string &content) {
@@ -115,16 +115,16 @@ int main (int argc, char **argv) {
     carvex::vfr::resolveFormSet (*formSet);
     const auto package = carvex::vfr::encodeFormPackage (*formSet);
 
-    const std::string source    = fs::path (o.input).filename ().string ();
+    const std::string source = fs::path (o.input).filename ().string ();
     const std::string binHeader = o.baseName + "Bin.h";
     const std::string idsHeader = o.baseName + "Ids.h";
-    const auto        files     = carvex::tools::renderByteArray (o.arrayName, binHeader, package,
-                                                                  "IFR forms package compiled from " + source + ".");
-    const fs::path dir (o.outDir);
+    const auto        files = carvex::tools::renderByteArray (o.arrayName, binHeader, package,
+                                                              "IFR forms package compiled from " + source + ".");
+    const fs::path    dir (o.outDir);
     const std::string cppPath = (dir / (o.baseName + "Bin.cpp")).string ();
-    bool ok = write ((dir / binHeader).string (), files.header) && write (cppPath, files.source) &&
-              write ((dir / idsHeader).string (),
-                     carvex::vfr::renderIdHeader (*formSet, o.idsPrefix, idsHeader, source));
+    bool              ok =
+        write ((dir / binHeader).string (), files.header) && write (cppPath, files.source) &&
+        write ((dir / idsHeader).string (), carvex::vfr::renderIdHeader (*formSet, o.idsPrefix, idsHeader, source));
     if (ok && !o.binary.empty ()) {
       ok = write (o.binary, std::string (package.begin (), package.end ()));
     }

@@ -14,26 +14,25 @@ namespace fs = std::filesystem;
 namespace {
 
 const char *const kReserved[] = {
-  "formset",     "endformset", "form",        "endform",    "guid",       "title",         "help",
-  "classguid",   "class",      "subclass",    "defaultstore", "varstore", "efivarstore",   "varid",
-  "name",        "attribute",  "prompt",      "formid",     "subtitle",   "text",          "numeric",
-  "endnumeric",  "oneof",      "endoneof",    "option",     "value",      "checkbox",      "endcheckbox",
-  "string",      "endstring",  "password",    "endpassword", "action",    "endaction",     "config",
-  "goto",        "question",   "questionid",  "key",        "label",      "suppressif",    "grayoutif",
-  "disableif",   "endif",      "ideqval",     "ideqvallist", "ideqid",    "cond",          "TRUE",
-  "FALSE",       "AND",        "OR",          "NOT",        "default",    "flags",         "minimum",
-  "maximum",     "step",       "minsize",     "maxsize",    "STRING_TOKEN",
+    "formset",    "endformset", "form",         "endform",     "guid",         "title",       "help",     "classguid",
+    "class",      "subclass",   "defaultstore", "varstore",    "efivarstore",  "varid",       "name",     "attribute",
+    "prompt",     "formid",     "subtitle",     "text",        "numeric",      "endnumeric",  "oneof",    "endoneof",
+    "option",     "value",      "checkbox",     "endcheckbox", "string",       "endstring",   "password", "endpassword",
+    "action",     "endaction",  "config",       "goto",        "question",     "questionid",  "key",      "label",
+    "suppressif", "grayoutif",  "disableif",    "endif",       "ideqval",      "ideqvallist", "ideqid",   "cond",
+    "TRUE",       "FALSE",      "AND",          "OR",          "NOT",          "default",     "flags",    "minimum",
+    "maximum",    "step",       "minsize",      "maxsize",     "STRING_TOKEN",
 };
 
 // Predefined so that shared headers can hide C-only parts and so that the
 // platform-setup class GUID needs no include.
 const char *const kBuiltins[][2] = {
-  {"VFRCOMPILE", "1"},
-  {"EFI_HII_PLATFORM_SETUP_FORMSET_GUID",
-   "{ 0x93039971, 0x8545, 0x4b04, { 0xb4, 0x5e, 0x32, 0xeb, 0x83, 0x26, 0x04, 0x0e } }"},
-  {"EFI_VARIABLE_NON_VOLATILE", "0x00000001"},
-  {"EFI_VARIABLE_BOOTSERVICE_ACCESS", "0x00000002"},
-  {"EFI_VARIABLE_RUNTIME_ACCESS", "0x00000004"},
+    {"VFRCOMPILE", "1"},
+    {"EFI_HII_PLATFORM_SETUP_FORMSET_GUID",
+     "{ 0x93039971, 0x8545, 0x4b04, { 0xb4, 0x5e, 0x32, 0xeb, 0x83, 0x26, 0x04, 0x0e } }"},
+    {"EFI_VARIABLE_NON_VOLATILE", "0x00000001"},
+    {"EFI_VARIABLE_BOOTSERVICE_ACCESS", "0x00000002"},
+    {"EFI_VARIABLE_RUNTIME_ACCESS", "0x00000004"},
 };
 
 bool sameBody (const std::vector<Token> &a, const std::vector<Token> &b) {
@@ -67,14 +66,14 @@ bool isReservedWord (const std::string &word) {
 Preprocessor::Preprocessor (PreprocessorOptions options) : options_ (std::move (options)) {
   for (const auto &builtin : kBuiltins) {
     Macro m;
-    m.body    = lexLine (builtin[1], {"<builtin>", 0}, false);
+    m.body = lexLine (builtin[1], {"<builtin>", 0}, false);
     m.builtin = true;
     macros_[builtin[0]] = std::move (m);
   }
   for (const auto &[name, value] : options_.defines) {
     Macro m;
     m.body = lexLine (value, {"<command line>", 0}, true);
-    m.loc  = {"<command line>", 0};
+    m.loc = {"<command line>", 0};
     macros_[name] = std::move (m);
   }
 }
@@ -95,19 +94,19 @@ void Preprocessor::processFile (const std::string &path, bool isMain, int depth)
     throw CompileError ({path, 0}, "cannot read file");
   }
   filesRead_.push_back (path);
-  const std::string text           = stripComments (*content, path);
+  const std::string text = stripComments (*content, path);
   const size_t      conditionDepth = conditions_.size ();
 
-  size_t pos  = 0;
+  size_t pos = 0;
   int    line = 1;
   while (pos < text.size ()) {
     // Gather one logical line: backslash-newline joins physical lines.
     const int   firstLine = line;
     std::string logical;
     for (;;) {
-      size_t      eol      = text.find ('\n', pos);
+      size_t      eol = text.find ('\n', pos);
       std::string physical = text.substr (pos, eol == std::string::npos ? std::string::npos : eol - pos);
-      pos                  = (eol == std::string::npos) ? text.size () : eol + 1;
+      pos = (eol == std::string::npos) ? text.size () : eol + 1;
       ++line;
       if (!physical.empty () && physical.back () == '\r') {
         physical.pop_back ();
@@ -180,8 +179,8 @@ void Preprocessor::directive (std::vector<Token> &tokens, const SourceLoc &loc, 
       cond = (name == "else") || evalCondition ({tokens.begin () + 1, tokens.end ()}, loc);
     }
     top.sawElse = (name == "else");
-    top.taken   = top.taken || cond;
-    active_     = top.wasActive && cond;
+    top.taken = top.taken || cond;
+    active_ = top.wasActive && cond;
     return;
   }
   if (!active_) {
@@ -218,7 +217,7 @@ void Preprocessor::define (std::vector<Token> &tokens, const SourceLoc &loc, con
   Macro              macro;
   macro.loc = loc;
   // Function-like only when '(' touches the name.
-  size_t namePos     = rawLine.find (name, rawLine.find ("define") + 6);
+  size_t namePos = rawLine.find (name, rawLine.find ("define") + 6);
   macro.functionLike = namePos != std::string::npos && namePos + name.size () < rawLine.size () &&
                        rawLine[namePos + name.size ()] == '(';
   macro.body.assign (tokens.begin () + 2, tokens.end ());
@@ -232,7 +231,7 @@ void Preprocessor::define (std::vector<Token> &tokens, const SourceLoc &loc, con
   if (existing != macros_.end () && !existing->second.builtin && !macro.functionLike &&
       !existing->second.functionLike && !sameBody (existing->second.body, macro.body)) {
     throw CompileError (loc, "macro '" + name + "' redefined with a different value (first defined at " +
-                               existing->second.loc.file + ":" + std::to_string (existing->second.loc.line) + ")");
+                                 existing->second.loc.file + ":" + std::to_string (existing->second.loc.line) + ")");
   }
   macros_[name] = std::move (macro);
 }
@@ -283,9 +282,9 @@ void Preprocessor::pragma (std::vector<Token> &tokens, const SourceLoc &loc) {
     return; // other pragmas concern the C compiler only
   }
   Token tok = tokens[1];
-  tok.kind  = TokenKind::Pragma;
+  tok.kind = TokenKind::Pragma;
   tok.value = 0;
-  tok.pack  = PackAction::Set;
+  tok.pack = PackAction::Set;
   std::vector<Token> args (tokens.begin () + 2, tokens.end ());
   if (args.size () < 2 || !args.front ().isPunct ("(") || !args.back ().isPunct (")")) {
     throw CompileError (loc, "malformed #pragma pack");
@@ -326,9 +325,9 @@ bool Preprocessor::evalCondition (std::vector<Token> tokens, const SourceLoc &lo
         throw CompileError (loc, "malformed 'defined' in #if");
       }
       Token value = tokens[i];
-      value.kind  = TokenKind::Number;
+      value.kind = TokenKind::Number;
       value.value = macros_.count (tokens[nameAt].text) ? 1 : 0;
-      value.text  = std::to_string (value.value);
+      value.text = std::to_string (value.value);
       resolved.push_back (value);
       i = nameAt + (paren ? 1 : 0);
     } else {
@@ -349,16 +348,16 @@ bool Preprocessor::evalCondition (std::vector<Token> tokens, const SourceLoc &lo
   return value != 0;
 }
 
-void Preprocessor::expandInto (const std::vector<Token> &tokens, std::vector<Token> &out,
-                               std::set<std::string> &hidden, const Token *useSite) {
+void Preprocessor::expandInto (const std::vector<Token> &tokens, std::vector<Token> &out, std::set<std::string> &hidden,
+                               const Token *useSite) {
   for (const Token &tok : tokens) {
     auto it = tok.kind == TokenKind::Identifier ? macros_.find (tok.text) : macros_.end ();
     if (it == macros_.end () || it->second.functionLike || hidden.count (tok.text) != 0) {
       Token copy = tok;
       if (useSite != nullptr) {
-        copy.loc        = useSite->loc;
+        copy.loc = useSite->loc;
         copy.inMainFile = useSite->inMainFile;
-        copy.macro      = useSite->text;
+        copy.macro = useSite->text;
       }
       out.push_back (std::move (copy));
       continue;

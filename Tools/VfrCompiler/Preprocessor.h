@@ -28,18 +28,20 @@ public:
   std::vector<Token> run (const std::string &mainFile);
 
   // Every file read, main file first: the build's dependency list.
-  const std::vector<std::string> &filesRead () const { return filesRead_; }
+  const std::vector<std::string> &filesRead () const {
+    return filesRead_;
+  }
 
 private:
   struct Macro {
     std::vector<Token> body;
     bool               functionLike = false;
-    bool               builtin      = false;
+    bool               builtin = false;
     SourceLoc          loc;
   };
   struct Conditional {
-    bool      wasActive;  // state outside this #if
-    bool      taken;      // some branch already chosen
+    bool      wasActive; // state outside this #if
+    bool      taken;     // some branch already chosen
     bool      sawElse;
     SourceLoc loc;
   };

@@ -9,14 +9,16 @@ namespace {
 
 std::string hex4 (unsigned v) {
   static const char digits[] = "0123456789ABCDEF";
-  std::string       s        = "0x";
+  std::string       s = "0x";
   for (int shift = 12; shift >= 0; shift -= 4) {
     s += digits[(v >> shift) & 0xF];
   }
   return s;
 }
 
-std::string where (const SourceLoc &loc) { return loc.file + ":" + std::to_string (loc.line); }
+std::string where (const SourceLoc &loc) {
+  return loc.file + ":" + std::to_string (loc.line);
+}
 
 void assignStoreIds (FormSet &fs) {
   std::set<uint16_t> used;
@@ -39,7 +41,8 @@ void assignStoreIds (FormSet &fs) {
 
 class Resolver {
 public:
-  explicit Resolver (FormSet &fs) : fs_ (fs) {}
+  explicit Resolver (FormSet &fs) : fs_ (fs) {
+  }
 
   void run () {
     assignStoreIds (fs_);
@@ -110,8 +113,9 @@ private:
     for (auto &ref : e.refs) {
       ref.target = find (ref);
       if (!hasValue (ref.target->kind)) {
-        throw CompileError (ref.loc, "'" + ref.text + "' is a " + kindName (ref.target->kind) +
-                                       " question; conditions can compare numeric, oneof and checkbox questions only");
+        throw CompileError (ref.loc,
+                            "'" + ref.text + "' is a " + kindName (ref.target->kind) +
+                                " question; conditions can compare numeric, oneof and checkbox questions only");
       }
     }
     for (auto &operand : e.operands) {
@@ -131,8 +135,8 @@ private:
     for (const Statement *q : questions_) {
       if (q->var && q->var->sameStorage (*ref.field)) {
         if (found != nullptr && found->qid != q->qid) {
-          throw CompileError (ref.loc, "'" + ref.text + "' is stored by two questions (" + where (found->loc) + " and " +
-                                         where (q->loc) + "); name one with 'name ='");
+          throw CompileError (ref.loc, "'" + ref.text + "' is stored by two questions (" + where (found->loc) +
+                                           " and " + where (q->loc) + "); name one with 'name ='");
         }
         found = q;
       }
@@ -157,16 +161,16 @@ private:
       std::map<uint16_t, const Statement *> seen;
       struct Walk {
         std::map<uint16_t, const Statement *> &seen;
-        void walk (const std::vector<std::unique_ptr<Statement>> &body) {
-          for (const auto &s : body) {
-            if (s->kind == StmtKind::Label) {
-              auto [it, fresh] = seen.emplace (s->label, s.get ());
-              if (!fresh) {
-                throw CompileError (s->loc, "label " + hex4 (s->label) + " appears twice in this form (first at " +
-                                              where (it->second->loc) + ")");
+        void                                   walk (const std::vector<std::unique_ptr<Statement>> &body) {
+                                            for (const auto &s : body) {
+                                              if (s->kind == StmtKind::Label) {
+                                                auto [it, fresh] = seen.emplace (s->label, s.get ());
+                                                if (!fresh) {
+                                                  throw CompileError (s->loc, "label " + hex4 (s->label) + " appears twice in this form (first at " +
+                                                                                  where (it->second->loc) + ")");
               }
             }
-            walk (s->body);
+                                              walk (s->body);
           }
         }
       } walker{seen};
@@ -174,13 +178,15 @@ private:
     }
   }
 
-  FormSet                                  &fs_;
-  std::vector<Statement *>                  questions_;
+  FormSet                                 &fs_;
+  std::vector<Statement *>                 questions_;
   std::map<std::string, const Statement *> names_;
 };
 
 } // namespace
 
-void resolveFormSet (FormSet &formSet) { Resolver (formSet).run (); }
+void resolveFormSet (FormSet &formSet) {
+  Resolver (formSet).run ();
+}
 
 } // namespace carvex::vfr

@@ -15,9 +15,9 @@ template <typename Visit> void forEachStatement (const FormSet &formSet, Visit &
   struct Walker {
     Visit &visit;
     void   walk (const std::vector<std::unique_ptr<Statement>> &body) {
-      for (const auto &s : body) {
-        visit (*s);
-        walk (s->body);
+        for (const auto &s : body) {
+          visit (*s);
+          walk (s->body);
       }
     }
   } walker{visit};

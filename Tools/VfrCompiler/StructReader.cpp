@@ -33,8 +33,8 @@ void PackState::apply (const Token &pragma) {
 }
 
 bool StructReader::read (TokenCursor &c) {
-  const size_t start   = c.position ();
-  const Token  first   = c.peek ();
+  const size_t start = c.position ();
+  const Token  first = c.peek ();
   const bool   typedef_ = c.acceptIdent ("typedef");
   while (isQualifier (c.peek ())) {
     c.next ();
@@ -100,9 +100,9 @@ bool StructReader::read (TokenCursor &c) {
 
 TypeInfo *StructReader::readBody (TokenCursor &c, const std::string &name, const Token &at) {
   TypeInfo &type = types_.create ();
-  type.name      = name.empty () ? "<anonymous>" : name;
-  type.isStruct  = true;
-  type.loc       = at.loc;
+  type.name = name.empty () ? "<anonymous>" : name;
+  type.isStruct = true;
+  type.loc = at.loc;
   const uint32_t pack = pack_.current ();
   c.expectPunct ("{", "to open the struct");
   while (!c.peek ().isPunct ("}")) {
@@ -151,7 +151,7 @@ void StructReader::readMember (TokenCursor &c, TypeInfo &owner) {
     }
   } else if (c.peek ().kind == TokenKind::Identifier && !c.peek (1).isPunct ("(")) {
     const Token &typeName = c.next ();
-    type                  = types_.find (typeName.text);
+    type = types_.find (typeName.text);
     if (type == nullptr) {
       markInvalid (owner, typeName, "unknown type '" + typeName.text + "'");
     } else if (!type->invalidReason.empty ()) {
@@ -180,7 +180,7 @@ void StructReader::readDeclarators (TokenCursor &c, TypeInfo &owner, const TypeI
       return;
     }
     FieldInfo field;
-    field.loc  = c.peek ().loc;
+    field.loc = c.peek ().loc;
     field.name = c.next ().text;
     field.type = type;
     while (c.acceptPunct ("[")) {
@@ -259,19 +259,19 @@ void StructReader::skipDeclaration (TokenCursor &c) {
     c.next (); // the end of an extern "C" block
     return;
   }
-  const bool namespaceDecl = c.peek ().isIdent ("namespace");
-  int        depth         = 0;
-  bool       bodyEndsDecl  = false;
-  const Token *previous    = nullptr;
+  const bool   namespaceDecl = c.peek ().isIdent ("namespace");
+  int          depth = 0;
+  bool         bodyEndsDecl = false;
+  const Token *previous = nullptr;
   while (!c.atEnd ()) {
     const Token &t = c.next ();
     if (t.kind == TokenKind::Pragma) {
       pack_.apply (t);
     } else if (t.isPunct ("{") || t.isPunct ("(") || t.isPunct ("[")) {
       if (depth == 0 && t.isPunct ("{")) {
-        bodyEndsDecl = namespaceDecl || (previous != nullptr && (previous->isPunct (")") || previous->isIdent ("const") ||
-                                                                 previous->isIdent ("noexcept") ||
-                                                                 previous->isIdent ("override")));
+        bodyEndsDecl = namespaceDecl ||
+                       (previous != nullptr && (previous->isPunct (")") || previous->isIdent ("const") ||
+                                                previous->isIdent ("noexcept") || previous->isIdent ("override")));
       }
       ++depth;
     } else if (t.isPunct ("}") || t.isPunct (")") || t.isPunct ("]")) {

@@ -16,7 +16,9 @@ namespace carvex::vfr {
 class PackState {
 public:
   void     apply (const Token &pragma);
-  uint32_t current () const { return current_; }
+  uint32_t current () const {
+    return current_;
+  }
 
 private:
   std::vector<uint32_t> stack_;
@@ -25,7 +27,8 @@ private:
 
 class StructReader {
 public:
-  StructReader (TypeTable &types, PackState &pack) : types_ (types), pack_ (pack) {}
+  StructReader (TypeTable &types, PackState &pack) : types_ (types), pack_ (pack) {
+  }
 
   // At "typedef" or "struct": reads one declaration and returns true, or
   // returns false with the cursor unchanged when it is some other kind of

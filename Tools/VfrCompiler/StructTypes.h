@@ -27,15 +27,17 @@ struct FieldInfo {
 struct TypeInfo {
   std::string            name;
   bool                   isStruct = false;
-  ScalarKind             scalar   = ScalarKind::None;
-  uint32_t               size     = 0;
-  uint32_t               align    = 1;
+  ScalarKind             scalar = ScalarKind::None;
+  uint32_t               size = 0;
+  uint32_t               align = 1;
   std::vector<FieldInfo> fields;
   std::string            invalidReason; // set when a header struct uses something the layout cannot follow
   SourceLoc              loc;
 
   const FieldInfo *field (const std::string &fieldName) const;
-  bool             isInteger () const { return scalar == ScalarKind::Unsigned || scalar == ScalarKind::Signed; }
+  bool             isInteger () const {
+                return scalar == ScalarKind::Unsigned || scalar == ScalarKind::Signed;
+  }
 };
 
 class TypeTable {
@@ -47,7 +49,7 @@ public:
   void            bind (const std::string &name, const TypeInfo *type);
 
 private:
-  std::deque<TypeInfo>                   storage_;
+  std::deque<TypeInfo>                    storage_;
   std::map<std::string, const TypeInfo *> names_;
 };
 
@@ -59,7 +61,9 @@ struct FieldView {
   std::string           path;
 
   uint32_t size () const;
-  bool     isScalar () const { return dims.empty () && !type->isStruct; }
+  bool     isScalar () const {
+        return dims.empty () && !type->isStruct;
+  }
 };
 
 // Both return an error message, or an empty string on success.

@@ -4,7 +4,7 @@ namespace carvex::vfr {
 
 TokenCursor::TokenCursor (const std::vector<Token> &tokens, SourceLoc endLoc) : tokens_ (tokens) {
   end_.kind = TokenKind::EndOfInput;
-  end_.loc  = tokens.empty () ? std::move (endLoc) : tokens.back ().loc;
+  end_.loc = tokens.empty () ? std::move (endLoc) : tokens.back ().loc;
   end_.inMainFile = true;
 }
 
@@ -57,7 +57,9 @@ const Token &TokenCursor::expectIdentifier (const char *context) {
   return next ();
 }
 
-void TokenCursor::fail (const std::string &message) const { failAt (peek (), message); }
+void TokenCursor::fail (const std::string &message) const {
+  failAt (peek (), message);
+}
 
 void TokenCursor::failAt (const Token &token, const std::string &message) const {
   throw CompileError (token.loc, message);

@@ -15,12 +15,18 @@ public:
 
   const Token &peek (size_t ahead = 0) const;
   const Token &next ();
-  bool         atEnd () const { return pos_ >= tokens_.size (); }
-  size_t       position () const { return pos_; }
-  void         seek (size_t pos) { pos_ = pos; }
+  bool         atEnd () const {
+            return pos_ >= tokens_.size ();
+  }
+  size_t position () const {
+    return pos_;
+  }
+  void seek (size_t pos) {
+    pos_ = pos;
+  }
 
-  bool acceptPunct (const char *text);
-  bool acceptIdent (const char *word);
+  bool         acceptPunct (const char *text);
+  bool         acceptIdent (const char *word);
   const Token &expectPunct (const char *text, const char *context);
   const Token &expectIdent (const char *word, const char *context);
   const Token &expectIdentifier (const char *context);
