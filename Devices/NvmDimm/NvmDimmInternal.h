@@ -22,7 +22,7 @@ BOOLEAN NvmSlotEnter (IN UINTN Slot, IN COMMAND_STATUS *CommandStatus OPTIONAL, 
 // Command status: the call's outcome, and one node per object it touched.
 VOID NvmSetGeneralStatus (IN COMMAND_STATUS *CommandStatus OPTIONAL, IN UINT16 NvmStatus);
 VOID NvmAddObjectStatus (IN COMMAND_STATUS *CommandStatus OPTIONAL, IN UINT32 ObjectId, IN UINT16 NvmStatus);
-// Writes the general status and returns Status, for one-line failure exits.
+// Writes the general status and returns Status, for one-line exits.
 EFI_STATUS NvmReturn (IN COMMAND_STATUS *CommandStatus OPTIONAL, IN EFI_STATUS Status, IN UINT16 NvmStatus);
 
 // Bounded text helpers (the model's fields are fixed arrays).
