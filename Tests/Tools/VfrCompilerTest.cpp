@@ -387,7 +387,7 @@ std::string wrapForm (const std::string &declarations, const std::string &formBo
 
 std::vector<ifr::Op> compileOk (const std::string &vfr, const std::vector<std::string> &args = {},
                                 std::map<std::string, std::string> files = {}) {
-  files["Types.h"] = kTypes;
+  files.emplace ("Types.h", kTypes);
   files["Test.vfr"] = vfr;
   ToolResult result = runVfrc (files, "Test.vfr", args);
   EXPECT_EQ (result.exitCode, 0) << result.diagnostics;
@@ -488,4 +488,36 @@ TEST (VfrCompiler, Preprocessor_SelectsBranchesAndSearchesIncludeFolders) {
                (std::vector<std::pair<uint8_t, bool>>{{ifr::True, false}}));
     EXPECT_EQ (suppress[0]->children.at (1).u16 (2), 0x11);
   }
+}
+
+TEST (VfrCompiler, ExpressionConstants_UseTheNarrowestIntegerOpcode) {
+  const auto top = compileOk (
+      wrapForm ("defaultstore Mfg, attribute = 1;\n  varstore WIDE, name = W, guid = {1,2,3,{4,5,6,7,8,9,10,11}};",
+                "numeric varid = W.Big, prompt = STRING_TOKEN(4), help = STRING_TOKEN(5), minimum = 0,\n"
+                "  maximum = 0xFFFFFFFFFFFFFFFF, default value = cond(FALSE ? 0x12345678 : 0x123456789A),\n"
+                "  default value = 7, defaultstore = Mfg, endnumeric;"),
+      {}, {{"Types.h", std::string (kTypes) + "typedef struct { UINT64 Big; } WIDE;\n"}});
+  const auto numerics = ifr::findAll (top, ifr::Numeric);
+  ASSERT_EQ (numerics.size (), 1u);
+  const auto &defaults = numerics[0]->children;
+  ASSERT_EQ (defaults.size (), 2u);
+  for (size_t store = 0; store < 2; ++store) {
+    EXPECT_EQ (defaults[store].code, ifr::Default);
+    EXPECT_TRUE (defaults[store].scope);
+    EXPECT_EQ (defaults[store].u16 (2), store);
+    EXPECT_EQ (defaults[store].u8 (4), 0x08);
+    ASSERT_EQ (defaults[store].children.size (), 1u);
+  }
+  const auto chosen = ifr::flattenExpression (defaults[0].children[0]);
+  ASSERT_EQ (shape (chosen),
+             (std::vector<std::pair<uint8_t, bool>>{
+                 {ifr::False, true}, {ifr::Uint32, false}, {ifr::Uint64, false}, {ifr::Conditional, false}}));
+  EXPECT_EQ (chosen[1]->length (), 6u);
+  EXPECT_EQ (chosen[1]->le (2, 4), 0x12345678u);
+  EXPECT_EQ (chosen[2]->length (), 10u);
+  EXPECT_EQ (chosen[2]->le (2, 8), 0x123456789Au);
+  // "default value = <constant>" keeps the expression form, with a one-opcode expression.
+  const auto constant = ifr::flattenExpression (defaults[1].children[0]);
+  ASSERT_EQ (shape (constant), (std::vector<std::pair<uint8_t, bool>>{{ifr::Uint8, false}}));
+  EXPECT_EQ (constant[0]->u8 (2), 7);
 }
