@@ -63,7 +63,7 @@ struct Expr {
   std::vector<std::unique_ptr<Expr>> operands; // Not: 1, And/Or: 2, Conditional: 3
 };
 
-struct DefaultSpec {
+struct QuestionDefault {
   SourceLoc             loc;
   uint16_t              storeId = 0;          // default store: 0 standard, 1 manufacturing
   std::unique_ptr<Expr> expr;                 // a Constant/True/False is a plain value; anything else an expression
@@ -134,7 +134,7 @@ struct Statement {
   uint64_t optionValue = 0;
   uint8_t  optionFlags = 0;
 
-  std::vector<DefaultSpec>                defaults;
+  std::vector<QuestionDefault>            defaults;
   std::unique_ptr<Expr>                   condition; // suppressif/grayoutif/disableif
   std::vector<std::unique_ptr<Statement>> body;      // options of a one-of; guarded items of a condition
 

@@ -609,8 +609,8 @@ void FormParser::parseFlags (Statement &s) {
 }
 
 void FormParser::parseDefault (Statement &s) {
-  const Token &at = c_.next ();
-  DefaultSpec  d;
+  const Token    &at = c_.next ();
+  QuestionDefault d;
   d.loc = at.loc;
   const bool valueForm = c_.acceptIdent ("value");
   c_.expectPunct ("=", "after 'default'");
