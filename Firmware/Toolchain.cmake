@@ -22,15 +22,10 @@ set(CMAKE_CXX_FLAGS_INIT
 set(CMAKE_CXX_FLAGS_RELEASE_INIT "-Os")
 set(CMAKE_CXX_FLAGS_DEBUG_INIT "-O0 -g")
 
-set(CMAKE_EXECUTABLE_SUFFIX .efi)
-set(CMAKE_STATIC_LIBRARY_PREFIX "")
-set(CMAKE_STATIC_LIBRARY_SUFFIX .lib)
-
 # lld-link does the linking and the archiving; the image functions in
 # Image/EfiImage.cmake add the subsystem and the layout options.
 set(CMAKE_CXX_LINK_EXECUTABLE
   "<CMAKE_LINKER> /nologo /nodefaultlib <LINK_FLAGS> <OBJECTS> <LINK_LIBRARIES> /out:<TARGET>")
-set(CMAKE_CXX_CREATE_STATIC_LIBRARY "<CMAKE_AR> /lib /nologo /out:<TARGET> <OBJECTS>")
 set(CMAKE_CXX_ARCHIVE_CREATE "<CMAKE_AR> /lib /nologo /out:<TARGET> <OBJECTS>")
 set(CMAKE_CXX_ARCHIVE_APPEND "<CMAKE_AR> /lib /nologo /out:<TARGET> <TARGET> <OBJECTS>")
 set(CMAKE_CXX_ARCHIVE_FINISH "")

@@ -24,7 +24,8 @@ endfunction()
 #                  SOURCES <sources...> [LIBRARIES <libs...>])
 # Links <name>.efi into ${CARVEX_FW_IMAGE_DIR} with _ModuleEntryPoint as
 # entry, no default libraries, base 0, 4 KiB sections, unreferenced code
-# dropped, and a link map; then the image check runs on it (a stamp file
+# dropped, a link map (and the import library lld-link insists on writing
+# for a /dll, kept out of the image folder); then the image check runs on it (a stamp file
 # records a passing check, so a failing image fails every build until fixed).
 function(carvex_efi_image name)
   cmake_parse_arguments(IMG "" "SUBSYSTEM" "SOURCES;LIBRARIES" ${ARGN})
@@ -40,7 +41,8 @@ function(carvex_efi_image name)
   target_link_libraries(${name} PRIVATE ${IMG_LIBRARIES} CarvexCompilerSupport)
   target_link_options(${name} PRIVATE
     /subsystem:${IMG_SUBSYSTEM} /entry:_ModuleEntryPoint /dll /driver
-    /base:0 /align:4096 /filealign:32 /opt:ref /lldmap:${map})
+    /base:0 /align:4096 /filealign:32 /opt:ref /lldmap:${map}
+    /implib:${CMAKE_CURRENT_BINARY_DIR}/${name}.implib)
 
   set(stamp ${CMAKE_CURRENT_BINARY_DIR}/${name}.checked)
   add_custom_command(OUTPUT ${stamp}

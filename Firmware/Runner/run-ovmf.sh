@@ -96,4 +96,6 @@ read -r passed failed < <(sed -n 's/^CARVEX-TEST: DONE \([0-9]*\) \([0-9]*\).*/\
 for text in "${expects[@]}"; do
   grep -qF -- "$text" "$work/debug.log" || fail "the debug log lacks: $text"
 done
+banner=$(sed 's/\x1b\[[0-9;=?]*[A-Za-z]//g' "$work/console.log" | tr -d '\r' | grep -m 1 '^BdsDxe: starting' || true)
+echo "run-ovmf: OVMF: ${banner:-no boot manager line on the console}"
 echo "run-ovmf: $scenario: passed ($passed checks, $boot boots, $((SECONDS - start))s); logs in $work"
