@@ -87,7 +87,8 @@ FwParseUint64 (
   OUT UINT64        *Value
   );
 
-// The image's load options as NUL-terminated CHAR16 text ("" when none).
+// The image's arguments: its load options as NUL-terminated CHAR16 text
+// ("" when none), without the program name the UEFI Shell puts first.
 CONST CHAR16 *
 FwLoadOptions (
   IN EFI_HANDLE  ImageHandle

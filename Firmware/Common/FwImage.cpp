@@ -127,11 +127,26 @@ FwLoadOptions (
   Text = static_cast<CONST CHAR16 *> (LoadedImage->LoadOptions);
   for (Length = 0; Length < LoadedImage->LoadOptionsSize / sizeof (CHAR16); Length++) {
     if (Text[Length] == 0) {
-      return Text;
+      break;
     }
   }
 
-  return u"";
+  if (Length == LoadedImage->LoadOptionsSize / sizeof (CHAR16)) {
+    return u"";
+  }
+
+  // The UEFI Shell passes the whole command line: skip the program's name.
+  if ((Text[0] < u'0') || (Text[0] > u'9')) {
+    while (*Text != 0 && *Text != u' ') {
+      Text++;
+    }
+  }
+
+  while (*Text == u' ') {
+    Text++;
+  }
+
+  return Text;
 }
 
 EFI_STATUS

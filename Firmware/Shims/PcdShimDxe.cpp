@@ -2,14 +2,15 @@
   Gives OVMF the platform capability PCD the driver reads: reinstalls the
   PCD protocol with a copy of OVMF's table whose 64-bit get answers the
   capability mask's token and forwards every other call to OVMF's table.
-  Load options: the mask (decimal or 0x hex; default 0).
+  Load options: the mask (decimal or 0x hex). Without them (the UEFI Shell's
+  load command passes none) the platform supports both modes (0x30).
 **/
 #include "../Common/FwCommon.h"
 #include <Protocol/Pcd.h>
 
 STATIC PCD_PROTOCOL  *mOriginalPcd = NULL;
 STATIC PCD_PROTOCOL  mShimPcd;
-STATIC UINT64        mCapabilityMask = 0;
+STATIC UINT64        mCapabilityMask = PLATFORM_CAPABILITY_APP_DIRECT | PLATFORM_CAPABILITY_MEMORY_MODE;
 
 STATIC
 UINT64
