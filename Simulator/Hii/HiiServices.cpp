@@ -1,6 +1,7 @@
 #include "HiiServices.hpp"
 
 #include <cstring>
+#include <map>
 #include <new>
 
 #include "HiiServicesImpl.hpp"
@@ -26,46 +27,46 @@ EFI_STATUS Guarded(Body&& body) noexcept {
   }
 }
 
-template <class Instance, class Protocol>
-HiiServices::Impl* ImplOf(const Protocol* protocol) {
-  if (protocol == nullptr) {
-    return nullptr;
-  }
-  const auto* instance = reinterpret_cast<const Instance*>(protocol);
-  return instance->signature == HiiServices::Impl::kSignature ? instance->impl : nullptr;
+using Impl = HiiServices::Impl;
+
+std::map<const void*, Impl*>& LiveTables() {
+  static std::map<const void*, Impl*> tables;
+  return tables;
 }
 
-using Impl = HiiServices::Impl;
+Impl* ImplOf(const void* protocol) {
+  return Impl::Of(protocol);
+}
 
 // EFI_HII_DATABASE_PROTOCOL entry points.
 EFI_STATUS EFIAPI DbNewPackageList(const EFI_HII_DATABASE_PROTOCOL* This, const EFI_HII_PACKAGE_LIST_HEADER* list,
                                    EFI_HANDLE driverHandle, EFI_HII_HANDLE* handle) {
-  Impl* impl = ImplOf<Impl::DatabaseInstance>(This);
+  Impl* impl = ImplOf(This);
   return impl == nullptr ? EFI_INVALID_PARAMETER
                          : Guarded([&] { return impl->NewPackageList(list, driverHandle, handle); });
 }
 
 EFI_STATUS EFIAPI DbRemovePackageList(const EFI_HII_DATABASE_PROTOCOL* This, EFI_HII_HANDLE handle) {
-  Impl* impl = ImplOf<Impl::DatabaseInstance>(This);
+  Impl* impl = ImplOf(This);
   return impl == nullptr ? EFI_INVALID_PARAMETER : Guarded([&] { return impl->RemovePackageList(handle); });
 }
 
 EFI_STATUS EFIAPI DbUpdatePackageList(const EFI_HII_DATABASE_PROTOCOL* This, EFI_HII_HANDLE handle,
                                       const EFI_HII_PACKAGE_LIST_HEADER* list) {
-  Impl* impl = ImplOf<Impl::DatabaseInstance>(This);
+  Impl* impl = ImplOf(This);
   return impl == nullptr ? EFI_INVALID_PARAMETER : Guarded([&] { return impl->UpdatePackageList(handle, list); });
 }
 
 EFI_STATUS EFIAPI DbListPackageLists(const EFI_HII_DATABASE_PROTOCOL* This, UINT8 type, const EFI_GUID* guid,
                                      UINTN* length, EFI_HII_HANDLE* handles) {
-  Impl* impl = ImplOf<Impl::DatabaseInstance>(This);
+  Impl* impl = ImplOf(This);
   return impl == nullptr ? EFI_INVALID_PARAMETER
                          : Guarded([&] { return impl->ListPackageLists(type, guid, length, handles); });
 }
 
 EFI_STATUS EFIAPI DbExportPackageLists(const EFI_HII_DATABASE_PROTOCOL* This, EFI_HII_HANDLE handle, UINTN* size,
                                        EFI_HII_PACKAGE_LIST_HEADER* buffer) {
-  Impl* impl = ImplOf<Impl::DatabaseInstance>(This);
+  Impl* impl = ImplOf(This);
   return impl == nullptr ? EFI_INVALID_PARAMETER
                          : Guarded([&] { return impl->ExportPackageLists(handle, size, buffer); });
 }
@@ -73,19 +74,19 @@ EFI_STATUS EFIAPI DbExportPackageLists(const EFI_HII_DATABASE_PROTOCOL* This, EF
 EFI_STATUS EFIAPI DbRegisterPackageNotify(const EFI_HII_DATABASE_PROTOCOL* This, UINT8 type, const EFI_GUID* guid,
                                           EFI_HII_DATABASE_NOTIFY function, EFI_HII_DATABASE_NOTIFY_TYPE types,
                                           EFI_HANDLE* handle) {
-  Impl* impl = ImplOf<Impl::DatabaseInstance>(This);
+  Impl* impl = ImplOf(This);
   return impl == nullptr ? EFI_INVALID_PARAMETER
                          : Guarded([&] { return impl->RegisterPackageNotify(type, guid, function, types, handle); });
 }
 
 EFI_STATUS EFIAPI DbUnregisterPackageNotify(const EFI_HII_DATABASE_PROTOCOL* This, EFI_HANDLE handle) {
-  Impl* impl = ImplOf<Impl::DatabaseInstance>(This);
+  Impl* impl = ImplOf(This);
   return impl == nullptr ? EFI_INVALID_PARAMETER : Guarded([&] { return impl->UnregisterPackageNotify(handle); });
 }
 
 // No keyboard layouts are registered on this platform.
 EFI_STATUS EFIAPI DbFindKeyboardLayouts(EFI_HII_DATABASE_PROTOCOL* This, UINT16* length, EFI_GUID* /*guids*/) {
-  if (ImplOf<Impl::DatabaseInstance>(This) == nullptr || length == nullptr) {
+  if (ImplOf(This) == nullptr || length == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
   *length = 0;
@@ -94,14 +95,14 @@ EFI_STATUS EFIAPI DbFindKeyboardLayouts(EFI_HII_DATABASE_PROTOCOL* This, UINT16*
 
 EFI_STATUS EFIAPI DbGetKeyboardLayout(EFI_HII_DATABASE_PROTOCOL* This, const EFI_GUID* /*guid*/, UINT16* length,
                                       EFI_HII_KEYBOARD_LAYOUT* /*layout*/) {
-  if (ImplOf<Impl::DatabaseInstance>(This) == nullptr || length == nullptr) {
+  if (ImplOf(This) == nullptr || length == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
   return EFI_NOT_FOUND;
 }
 
 EFI_STATUS EFIAPI DbSetKeyboardLayout(EFI_HII_DATABASE_PROTOCOL* This, const EFI_GUID* guid) {
-  if (ImplOf<Impl::DatabaseInstance>(This) == nullptr || guid == nullptr) {
+  if (ImplOf(This) == nullptr || guid == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
   return EFI_NOT_FOUND;
@@ -109,7 +110,7 @@ EFI_STATUS EFIAPI DbSetKeyboardLayout(EFI_HII_DATABASE_PROTOCOL* This, const EFI
 
 EFI_STATUS EFIAPI DbGetPackageListHandle(EFI_HII_DATABASE_PROTOCOL* This, EFI_HII_HANDLE handle,
                                          EFI_HANDLE* driverHandle) {
-  Impl* impl = ImplOf<Impl::DatabaseInstance>(This);
+  Impl* impl = ImplOf(This);
   return impl == nullptr ? EFI_INVALID_PARAMETER
                          : Guarded([&] { return impl->GetPackageListHandle(handle, driverHandle); });
 }
@@ -118,34 +119,34 @@ EFI_STATUS EFIAPI DbGetPackageListHandle(EFI_HII_DATABASE_PROTOCOL* This, EFI_HI
 EFI_STATUS EFIAPI StrNewString(const EFI_HII_STRING_PROTOCOL* This, EFI_HII_HANDLE handle, EFI_STRING_ID* id,
                                const CHAR8* language, const CHAR16* languageName, const CHAR16* text,
                                const EFI_FONT_INFO* font) {
-  Impl* impl = ImplOf<Impl::StringInstance>(This);
+  Impl* impl = ImplOf(This);
   return impl == nullptr ? EFI_INVALID_PARAMETER
                          : Guarded([&] { return impl->NewString(handle, id, language, languageName, text, font); });
 }
 
 EFI_STATUS EFIAPI StrGetString(const EFI_HII_STRING_PROTOCOL* This, const CHAR8* language, EFI_HII_HANDLE handle,
                                EFI_STRING_ID id, EFI_STRING text, UINTN* size, EFI_FONT_INFO** font) {
-  Impl* impl = ImplOf<Impl::StringInstance>(This);
+  Impl* impl = ImplOf(This);
   return impl == nullptr ? EFI_INVALID_PARAMETER
                          : Guarded([&] { return impl->GetString(language, handle, id, text, size, font); });
 }
 
 EFI_STATUS EFIAPI StrSetString(const EFI_HII_STRING_PROTOCOL* This, EFI_HII_HANDLE handle, EFI_STRING_ID id,
                                const CHAR8* language, const CHAR16* text, const EFI_FONT_INFO* font) {
-  Impl* impl = ImplOf<Impl::StringInstance>(This);
+  Impl* impl = ImplOf(This);
   return impl == nullptr ? EFI_INVALID_PARAMETER
                          : Guarded([&] { return impl->SetString(handle, id, language, text, font); });
 }
 
 EFI_STATUS EFIAPI StrGetLanguages(const EFI_HII_STRING_PROTOCOL* This, EFI_HII_HANDLE handle, CHAR8* languages,
                                   UINTN* size) {
-  Impl* impl = ImplOf<Impl::StringInstance>(This);
+  Impl* impl = ImplOf(This);
   return impl == nullptr ? EFI_INVALID_PARAMETER : Guarded([&] { return impl->GetLanguages(handle, languages, size); });
 }
 
 EFI_STATUS EFIAPI StrGetSecondaryLanguages(const EFI_HII_STRING_PROTOCOL* This, EFI_HII_HANDLE handle,
                                            const CHAR8* primary, CHAR8* languages, UINTN* size) {
-  Impl* impl = ImplOf<Impl::StringInstance>(This);
+  Impl* impl = ImplOf(This);
   return impl == nullptr ? EFI_INVALID_PARAMETER
                          : Guarded([&] { return impl->GetSecondaryLanguages(handle, primary, languages, size); });
 }
@@ -153,33 +154,33 @@ EFI_STATUS EFIAPI StrGetSecondaryLanguages(const EFI_HII_STRING_PROTOCOL* This, 
 // EFI_HII_CONFIG_ROUTING_PROTOCOL entry points.
 EFI_STATUS EFIAPI RtExtractConfig(const EFI_HII_CONFIG_ROUTING_PROTOCOL* This, const CHAR16* request,
                                   const CHAR16** progress, CHAR16** results) {
-  Impl* impl = ImplOf<Impl::RoutingInstance>(This);
+  Impl* impl = ImplOf(This);
   return impl == nullptr ? EFI_INVALID_PARAMETER
                          : Guarded([&] { return impl->ExtractConfig(request, progress, results); });
 }
 
 EFI_STATUS EFIAPI RtExportConfig(const EFI_HII_CONFIG_ROUTING_PROTOCOL* This, CHAR16** results) {
-  Impl* impl = ImplOf<Impl::RoutingInstance>(This);
+  Impl* impl = ImplOf(This);
   return impl == nullptr ? EFI_INVALID_PARAMETER : Guarded([&] { return impl->ExportConfig(results); });
 }
 
 EFI_STATUS EFIAPI RtRouteConfig(const EFI_HII_CONFIG_ROUTING_PROTOCOL* This, const CHAR16* configuration,
                                 const CHAR16** progress) {
-  Impl* impl = ImplOf<Impl::RoutingInstance>(This);
+  Impl* impl = ImplOf(This);
   return impl == nullptr ? EFI_INVALID_PARAMETER : Guarded([&] { return impl->RouteConfig(configuration, progress); });
 }
 
 EFI_STATUS EFIAPI RtBlockToConfig(const EFI_HII_CONFIG_ROUTING_PROTOCOL* This, const CHAR16* request,
                                   const UINT8* block, const UINTN blockSize, CHAR16** config,
                                   const CHAR16** progress) {
-  Impl* impl = ImplOf<Impl::RoutingInstance>(This);
+  Impl* impl = ImplOf(This);
   return impl == nullptr ? EFI_INVALID_PARAMETER
                          : Guarded([&] { return impl->BlockToConfig(request, block, blockSize, config, progress); });
 }
 
 EFI_STATUS EFIAPI RtConfigToBlock(const EFI_HII_CONFIG_ROUTING_PROTOCOL* This, const CHAR16* response, UINT8* block,
                                   UINTN* blockSize, const CHAR16** progress) {
-  Impl* impl = ImplOf<Impl::RoutingInstance>(This);
+  Impl* impl = ImplOf(This);
   return impl == nullptr ? EFI_INVALID_PARAMETER
                          : Guarded([&] { return impl->ConfigToBlock(response, block, blockSize, progress); });
 }
@@ -187,7 +188,7 @@ EFI_STATUS EFIAPI RtConfigToBlock(const EFI_HII_CONFIG_ROUTING_PROTOCOL* This, c
 EFI_STATUS EFIAPI RtGetAltConfig(const EFI_HII_CONFIG_ROUTING_PROTOCOL* This, const CHAR16* response,
                                  const EFI_GUID* guid, const CHAR16* name, const EFI_DEVICE_PATH_PROTOCOL* path,
                                  const UINT16* altCfgId, CHAR16** altCfgResp) {
-  Impl* impl = ImplOf<Impl::RoutingInstance>(This);
+  Impl* impl = ImplOf(This);
   return impl == nullptr ? EFI_INVALID_PARAMETER : Guarded([&] {
     return impl->GetAltConfig(response, guid, name, path, altCfgId, altCfgResp);
   });
@@ -197,19 +198,26 @@ EFI_STATUS EFIAPI RtGetAltConfig(const EFI_HII_CONFIG_ROUTING_PROTOCOL* This, co
 
 HiiServices::Impl::Impl(EFI_BOOT_SERVICES* bootServices, EFI_RUNTIME_SERVICES* runtimeServices)
     : bs(bootServices), rt(runtimeServices) {
-  database.protocol = {DbNewPackageList,        DbRemovePackageList,       DbUpdatePackageList,
-                       DbListPackageLists,      DbExportPackageLists,      DbRegisterPackageNotify,
-                       DbUnregisterPackageNotify, DbFindKeyboardLayouts,   DbGetKeyboardLayout,
-                       DbSetKeyboardLayout,     DbGetPackageListHandle};
-  database.signature = kSignature;
-  database.impl = this;
-  strings.protocol = {StrNewString, StrGetString, StrSetString, StrGetLanguages, StrGetSecondaryLanguages};
-  strings.signature = kSignature;
-  strings.impl = this;
-  routing.protocol = {RtExtractConfig, RtExportConfig,  RtRouteConfig,
-                      RtBlockToConfig, RtConfigToBlock, RtGetAltConfig};
-  routing.signature = kSignature;
-  routing.impl = this;
+  database = {DbNewPackageList,          DbRemovePackageList,   DbUpdatePackageList,
+              DbListPackageLists,        DbExportPackageLists,  DbRegisterPackageNotify,
+              DbUnregisterPackageNotify, DbFindKeyboardLayouts, DbGetKeyboardLayout,
+              DbSetKeyboardLayout,       DbGetPackageListHandle};
+  strings = {StrNewString, StrGetString, StrSetString, StrGetLanguages, StrGetSecondaryLanguages};
+  routing = {RtExtractConfig, RtExportConfig, RtRouteConfig, RtBlockToConfig, RtConfigToBlock, RtGetAltConfig};
+  LiveTables()[&database] = this;
+  LiveTables()[&strings] = this;
+  LiveTables()[&routing] = this;
+}
+
+HiiServices::Impl::~Impl() {
+  LiveTables().erase(&database);
+  LiveTables().erase(&strings);
+  LiveTables().erase(&routing);
+}
+
+HiiServices::Impl* HiiServices::Impl::Of(const void* protocol) {
+  auto it = LiveTables().find(protocol);
+  return it == LiveTables().end() ? nullptr : it->second;
 }
 
 CHAR16* HiiServices::Impl::PoolString(std::u16string_view text) const {
@@ -272,8 +280,8 @@ EFI_STATUS HiiServices::Install() {
   }
   EFI_HANDLE handle = nullptr;
   EFI_STATUS status = impl_->bs->InstallMultipleProtocolInterfaces(
-      &handle, &gEfiHiiDatabaseProtocolGuid, &impl_->database.protocol, &gEfiHiiStringProtocolGuid,
-      &impl_->strings.protocol, &gEfiHiiConfigRoutingProtocolGuid, &impl_->routing.protocol, nullptr);
+      &handle, &gEfiHiiDatabaseProtocolGuid, &impl_->database, &gEfiHiiStringProtocolGuid,
+      &impl_->strings, &gEfiHiiConfigRoutingProtocolGuid, &impl_->routing, nullptr);
   if (status == EFI_SUCCESS) {
     impl_->protocolHandle = handle;
     impl_->installed = true;
@@ -286,8 +294,8 @@ EFI_STATUS HiiServices::Uninstall() {
     return EFI_NOT_STARTED;
   }
   EFI_STATUS status = impl_->bs->UninstallMultipleProtocolInterfaces(
-      impl_->protocolHandle, &gEfiHiiDatabaseProtocolGuid, &impl_->database.protocol, &gEfiHiiStringProtocolGuid,
-      &impl_->strings.protocol, &gEfiHiiConfigRoutingProtocolGuid, &impl_->routing.protocol, nullptr);
+      impl_->protocolHandle, &gEfiHiiDatabaseProtocolGuid, &impl_->database, &gEfiHiiStringProtocolGuid,
+      &impl_->strings, &gEfiHiiConfigRoutingProtocolGuid, &impl_->routing, nullptr);
   if (status == EFI_SUCCESS) {
     impl_->installed = false;
     impl_->protocolHandle = nullptr;
@@ -300,15 +308,15 @@ EFI_HANDLE HiiServices::ProtocolHandle() const {
 }
 
 EFI_HII_DATABASE_PROTOCOL* HiiServices::Database() {
-  return &impl_->database.protocol;
+  return &impl_->database;
 }
 
 EFI_HII_STRING_PROTOCOL* HiiServices::Strings() {
-  return &impl_->strings.protocol;
+  return &impl_->strings;
 }
 
 EFI_HII_CONFIG_ROUTING_PROTOCOL* HiiServices::ConfigRouting() {
-  return &impl_->routing.protocol;
+  return &impl_->routing;
 }
 
 namespace {

@@ -1,6 +1,6 @@
-// Internal state of HiiServices and the protocol members it implements. The
-// protocol tables live in wrappers that carry a signature and a pointer back
-// here, so that a call with a foreign This is refused instead of followed.
+// Internal state of HiiServices and the protocol members it implements. A
+// call finds its instance by looking its This up among the live instances'
+// protocol tables, so that a foreign This is refused instead of followed.
 #pragma once
 
 #include <cstdint>
@@ -22,23 +22,6 @@
 namespace carvex::sim {
 
 struct HiiServices::Impl {
-  static constexpr std::uint64_t kSignature = 0x5345434956524548ULL;  // "HIISERVICES" folded
-
-  struct DatabaseInstance {
-    EFI_HII_DATABASE_PROTOCOL protocol;
-    std::uint64_t signature;
-    Impl* impl;
-  };
-  struct StringInstance {
-    EFI_HII_STRING_PROTOCOL protocol;
-    std::uint64_t signature;
-    Impl* impl;
-  };
-  struct RoutingInstance {
-    EFI_HII_CONFIG_ROUTING_PROTOCOL protocol;
-    std::uint64_t signature;
-    Impl* impl;
-  };
 
   struct Record {
     EFI_HII_HANDLE handle = nullptr;
@@ -64,6 +47,12 @@ struct HiiServices::Impl {
   };
 
   Impl(EFI_BOOT_SERVICES* bootServices, EFI_RUNTIME_SERVICES* runtimeServices);
+  ~Impl();
+  Impl(const Impl&) = delete;
+  Impl& operator=(const Impl&) = delete;
+
+  // The live instance whose protocol table this is, or null.
+  static Impl* Of(const void* protocol);
 
   // Pool helpers (boot services pool; null on failure).
   CHAR16* PoolString(std::u16string_view text) const;
@@ -123,9 +112,9 @@ struct HiiServices::Impl {
   std::uint64_t tokenSerial = 0;
   std::vector<std::unique_ptr<Record>> records;
   std::vector<Notification> notifications;
-  DatabaseInstance database;
-  StringInstance strings;
-  RoutingInstance routing;
+  EFI_HII_DATABASE_PROTOCOL database;
+  EFI_HII_STRING_PROTOCOL strings;
+  EFI_HII_CONFIG_ROUTING_PROTOCOL routing;
 };
 
 }  // namespace carvex::sim

@@ -38,6 +38,16 @@ SampleDriver::SampleDriver(FakeUefi& uefi, EFI_HII_CONFIG_ROUTING_PROTOCOL* rout
   uefi.Install(handle, gEfiHiiConfigAccessProtocolGuid, &instance_.access);
 }
 
+bool SampleDriver::ShouldFail(const CHAR16* request) const {
+  return failWith != EFI_SUCCESS && std::u16string_view(request).find(failWhen) != std::u16string_view::npos;
+}
+
+// Like a real driver, answers only for its own store.
+bool SampleDriver::Mine(const CHAR16* request) const {
+  const std::u16string own = HeaderText(kStoreGuid, u"SampleVar", path);
+  return std::u16string_view(request).substr(0, own.size()) == own;
+}
+
 EFI_STATUS SampleDriver::Fail(const CHAR16* request, const CHAR16** progress) {
   const std::size_t length = std::u16string_view(request).size();
   *progress = progressOutside ? nullptr : request + std::min(failAt, length);
@@ -51,7 +61,11 @@ EFI_STATUS EFIAPI SampleDriver::Extract(const EFI_HII_CONFIG_ACCESS_PROTOCOL* Th
     return EFI_UNSUPPORTED;
   }
   self->requests.emplace_back(request);
-  if (self->failWith != EFI_SUCCESS) {
+  if (!self->Mine(request)) {
+    *progress = request;
+    return EFI_NOT_FOUND;
+  }
+  if (self->ShouldFail(request)) {
     return self->Fail(request, progress);
   }
   return self->routing_->BlockToConfig(self->routing_, request, self->store.data(), self->store.size(), results,
@@ -62,7 +76,11 @@ EFI_STATUS EFIAPI SampleDriver::Route(const EFI_HII_CONFIG_ACCESS_PROTOCOL* This
                                       const CHAR16** progress) {
   SampleDriver* self = reinterpret_cast<const Instance*>(This)->self;
   self->routed.emplace_back(configuration);
-  if (self->failWith != EFI_SUCCESS) {
+  if (!self->Mine(configuration)) {
+    *progress = configuration;
+    return EFI_NOT_FOUND;
+  }
+  if (self->ShouldFail(configuration)) {
     return self->Fail(configuration, progress);
   }
   UINTN size = self->store.size();

@@ -46,6 +46,7 @@ class SampleDriver {
   std::vector<std::u16string> routed;    // what RouteConfig received
   EFI_STATUS failWith = EFI_SUCCESS;     // when set, fail with Progress at request + failAt
   std::size_t failAt = 0;
+  std::u16string failWhen;               // only requests containing this fail (empty: all)
   bool progressOutside = false;          // on failure, point Progress at no part of the request
 
  private:
@@ -56,6 +57,8 @@ class SampleDriver {
   static EFI_STATUS EFIAPI Callback(const EFI_HII_CONFIG_ACCESS_PROTOCOL* This, EFI_BROWSER_ACTION, EFI_QUESTION_ID,
                                     UINT8, EFI_IFR_TYPE_VALUE*, EFI_BROWSER_ACTION_REQUEST*);
   EFI_STATUS Fail(const CHAR16* request, const CHAR16** progress);
+  bool ShouldFail(const CHAR16* request) const;
+  bool Mine(const CHAR16* request) const;
 
   struct Instance {
     EFI_HII_CONFIG_ACCESS_PROTOCOL access;
