@@ -89,10 +89,11 @@ void EventManager::Dispatch(EFI_TPL newTpl) {
       }
       EFI_EVENT_NOTIFY notify = event->notify;
       void* context = event->context;
+      const ImageId owner = event->owner;
       ++dispatched_;
       notify(static_cast<EFI_EVENT>(event), context);
       if (tpl_ != static_cast<EFI_TPL>(level)) {
-        log_.Report(ReportKind::TplMisuse, "?",
+        log_.Report(ReportKind::TplMisuse, NameOfImage(owner),
                     "a notify function returned at TPL " + TplText(tpl_) + " instead of " +
                         TplText(static_cast<EFI_TPL>(level)));
         tpl_ = static_cast<EFI_TPL>(level);
