@@ -181,13 +181,13 @@ ParseError ParsePackageList(const EFI_HII_PACKAGE_LIST_HEADER* list, PackageSet&
 }
 
 std::vector<std::uint8_t> MakeDevicePathPackage(const std::vector<std::uint8_t>& path) {
-  std::vector<std::uint8_t> package(sizeof(EFI_HII_PACKAGE_HEADER));
   const auto length = static_cast<std::uint32_t>(sizeof(EFI_HII_PACKAGE_HEADER) + path.size());
+  std::vector<std::uint8_t> package(length);
   package[0] = static_cast<std::uint8_t>(length);
   package[1] = static_cast<std::uint8_t>(length >> 8);
   package[2] = static_cast<std::uint8_t>(length >> 16);
   package[3] = EFI_HII_PACKAGE_DEVICE_PATH;
-  package.insert(package.end(), path.begin(), path.end());
+  std::copy(path.begin(), path.end(), package.begin() + sizeof(EFI_HII_PACKAGE_HEADER));
   return package;
 }
 
