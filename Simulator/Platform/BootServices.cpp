@@ -51,17 +51,6 @@ std::optional<ImageId> BootServicesCore::ImageOfHandle(EFI_HANDLE handle) const 
   return std::nullopt;
 }
 
-std::optional<ImageId> BootServicesCore::ImageOfAddress(const void* address) const {
-  const auto value = reinterpret_cast<std::uintptr_t>(address);
-  for (std::size_t i = 0; i < images_.size(); ++i) {
-    const ModuleRange& range = images_[i].range;
-    if (value >= range.begin && value < range.end) {
-      return static_cast<ImageId>(i);
-    }
-  }
-  return std::nullopt;
-}
-
 CallSite BootServicesCore::CallSiteOf(ImageId image, void* returnAddress) const {
   ModuleRange range = image < images_.size() ? images_[image].range : ModuleRange{};
   range.name = ImageName(image);

@@ -42,7 +42,6 @@ class BootServicesCore {
   // The most recently registered image of that name.
   std::optional<ImageId> FindImage(const std::string& name) const;
   std::optional<ImageId> ImageOfHandle(EFI_HANDLE handle) const;
-  std::optional<ImageId> ImageOfAddress(const void* address) const;
 
   unsigned BootNumber() const { return bootNumber_; }
   EventManager& Events() { return *events_; }

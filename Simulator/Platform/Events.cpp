@@ -90,7 +90,6 @@ void EventManager::Dispatch(EFI_TPL newTpl) {
       EFI_EVENT_NOTIFY notify = event->notify;
       void* context = event->context;
       const ImageId owner = event->owner;
-      ++dispatched_;
       notify(static_cast<EFI_EVENT>(event), context);
       if (tpl_ != static_cast<EFI_TPL>(level)) {
         log_.Report(ReportKind::TplMisuse, NameOfImage(owner),
@@ -263,11 +262,6 @@ std::vector<EFI_EVENT> EventManager::OwnedBy(ImageId owner) const {
     }
   }
   return events;
-}
-
-EFI_EVENT_NOTIFY EventManager::NotifyFunctionOf(EFI_EVENT handle) const {
-  Event* event = Find(handle);
-  return event == nullptr ? nullptr : event->notify;
 }
 
 std::size_t EventManager::GroupSize(const EFI_GUID& group) const {

@@ -51,10 +51,7 @@ class EventManager {
   std::size_t Count() const { return live_.size(); }
   std::size_t CountOwnedBy(ImageId owner) const;
   std::vector<EFI_EVENT> OwnedBy(ImageId owner) const;
-  EFI_EVENT_NOTIFY NotifyFunctionOf(EFI_EVENT event) const;
   std::size_t GroupSize(const EFI_GUID& group) const;
-  // Notify functions called so far (dispatched signal and wait notifies).
-  std::uint64_t DispatchCount() const { return dispatched_; }
 
   // Called with every event being closed (protocol notify registrations die with it).
   void SetCloseListener(std::function<void(EFI_EVENT)> listener) { onClose_ = std::move(listener); }
@@ -96,7 +93,6 @@ class EventManager {
   NameOf nameOf_;
   EFI_TPL tpl_ = TPL_APPLICATION;
   std::uint64_t nextSerial_ = 1;
-  std::uint64_t dispatched_ = 0;
   std::map<std::uint64_t, Event*> creationOrder_;
   std::unordered_map<const void*, std::unique_ptr<Event>> live_;
   // Closed events are kept until the boot ends so that their handles are
