@@ -3,6 +3,8 @@
 // the vendor protocol, and that each boot starts from fresh driver state.
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 #include <Guid/CarvexVariables.h>
 #include <Protocol/NvmDimmConfig.h>
 #include <Protocol/PlatformEvent.h>
@@ -51,7 +53,13 @@ TEST_P (CapabilityMaskTest, EitherBitEnablesDriver_NeitherLeavesNothingBehind) {
 INSTANTIATE_TEST_SUITE_P(Masks, CapabilityMaskTest,
                          ::testing::Values(CapabilityCase{0x00, false}, CapabilityCase{0xFFFFFFFFFFFFFFCFull, false},
                                            CapabilityCase{0x10, true}, CapabilityCase{0x20, true},
-                                           CapabilityCase{0x30, true}));
+                                           CapabilityCase{0x30, true}),
+                         [](const ::testing::TestParamInfo<CapabilityCase>& info) {
+                           char name[32];
+                           std::snprintf(name, sizeof(name), "Mask%llX",
+                                         static_cast<unsigned long long>(info.param.mask));
+                           return std::string(name);
+                         });
 
 TEST(BeforePostCompleteTest, VendorDriverMissing_WritesPresentAsZeroVolatile) {
   ScenarioMachine machine({.vendorDriver = false});
