@@ -54,6 +54,10 @@ struct TplCase {
   bool runsInsideSignal;
 };
 
+void PrintTo(const TplCase& c, std::ostream* out) {
+  *out << "caller" << c.callerTpl << "_notify" << c.notifyTpl;
+}
+
 class SignalAtTpl : public EventsTest, public ::testing::WithParamInterface<TplCase> {};
 
 TEST_P(SignalAtTpl, NotifyRunsOnlyAboveCallerTpl_OtherwiseWhenTplDrops) {
@@ -169,6 +173,8 @@ struct CreateCase {
   bool withGroup;
   bool withOut;
 };
+
+void PrintTo(const CreateCase& c, std::ostream* out) { *out << CaseName(c.what); }
 
 class CreateEventArguments : public EventsTest, public ::testing::WithParamInterface<CreateCase> {};
 

@@ -78,12 +78,12 @@ class MachineTest : public ::testing::Test {
   std::unique_ptr<Machine> machine_;
 };
 
-class FirstBootProfile : public MachineTest,
-                         public ::testing::WithParamInterface<PerformanceProfile> {};
+// Profiles by value (0 BW Optimized, 1 Latency Optimized, 2 Balanced).
+class FirstBootProfile : public MachineTest, public ::testing::WithParamInterface<int> {};
 
 TEST_P(FirstBootProfile, SocketMemoryConfigCreatedOnceFromSettings) {
   PlatformSettings settings;
-  settings.performanceProfile = GetParam();
+  settings.performanceProfile = static_cast<PerformanceProfile>(GetParam());
   Machine& machine = Build(settings);
   machine.StartBoot();
   auto config = machine.Variables().Find(kSocketMemoryConfigName, gSocketMemoryConfigGuid);
@@ -104,9 +104,7 @@ TEST_P(FirstBootProfile, SocketMemoryConfigCreatedOnceFromSettings) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Profiles, FirstBootProfile,
-                         ::testing::Values(PerformanceProfile::BwOptimized,
-                                           PerformanceProfile::LatencyOptimized,
-                                           PerformanceProfile::Balanced));
+                         ::testing::Values(0, 1, 2));
 
 TEST_F(MachineTest, PcdProtocol_AnswersCapabilityMaskOnly) {
   for (std::uint64_t mask : {0x0ULL, 0x10ULL, 0x30ULL, 0x8000000000000020ULL}) {
@@ -180,6 +178,8 @@ struct ExitCase {
   SetupExit exit;
   const char* slot;
 };
+
+void PrintTo(const ExitCase& c, std::ostream* out) { *out << c.slot; }
 
 class LeaveSetup : public MachineTest, public ::testing::WithParamInterface<ExitCase> {};
 
@@ -259,6 +259,8 @@ struct ResetCase {
   EFI_RESET_TYPE type;
   std::size_t boots;
 };
+
+void PrintTo(const ResetCase& c, std::ostream* out) { *out << "type" << c.type; }
 
 class ResetSystemInSlot0 : public MachineTest, public ::testing::WithParamInterface<ResetCase> {};
 

@@ -42,6 +42,10 @@ struct NthCase {
   std::vector<bool> succeeds;
 };
 
+void PrintTo(const NthCase& c, std::ostream* out) {
+  *out << "n" << c.n << (c.repeat == FaultInjector::Repeat::Once ? "_once" : "_fromThenOn");
+}
+
 class NthAllocation : public PoolTest, public ::testing::WithParamInterface<NthCase> {};
 
 TEST_P(NthAllocation, FailsChosenAllocationsOfThatImageOnly) {

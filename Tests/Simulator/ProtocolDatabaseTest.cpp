@@ -197,6 +197,11 @@ struct OpenCase {
   EFI_STATUS expected;
 };
 
+void PrintTo(const OpenCase& c, std::ostream* out) {
+  *out << "attributes" << c.attributes << (c.installed ? "_installed" : "_absent")
+       << (c.withInterface ? "_interface" : "_noInterface");
+}
+
 class OpenProtocolCases : public ProtocolDatabaseTest,
                           public ::testing::WithParamInterface<OpenCase> {};
 

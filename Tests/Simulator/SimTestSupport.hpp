@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cctype>
+#include <ostream>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -14,6 +16,16 @@
 #include "Platform/Machine.hpp"
 
 namespace carvex::sim::test {
+
+// A parameter's name for test listings: letters, digits and underscores.
+inline std::string CaseName(std::string text) {
+  for (char& c : text) {
+    if (!std::isalnum(static_cast<unsigned char>(c))) {
+      c = '_';
+    }
+  }
+  return text;
+}
 
 class ScratchDirectory {
  public:

@@ -35,6 +35,8 @@ struct SetCase {
   EFI_STATUS expected;
 };
 
+void PrintTo(const SetCase& c, std::ostream* out) { *out << CaseName(c.what); }
+
 class SetVariableArguments : public VariableStoreTest,
                              public ::testing::WithParamInterface<SetCase> {};
 
@@ -105,6 +107,8 @@ struct DeleteCase {
   UINT32 attributes;
   UINTN size;
 };
+
+void PrintTo(const DeleteCase& c, std::ostream* out) { *out << CaseName(c.what); }
 
 class DeleteVariable : public VariableStoreTest, public ::testing::WithParamInterface<DeleteCase> {};
 
