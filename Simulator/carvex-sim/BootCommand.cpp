@@ -1,30 +1,40 @@
 #include "BootCommand.hpp"
 
-#include <cstdlib>
 #include <iostream>
 #include <stdexcept>
 
 #include "LogLevel.hpp"
-#include "Platform/Machine.hpp"
+#include "ModuleViews.hpp"
+#include "SimMachine.hpp"
 #include "Summary.hpp"
 
 namespace carvex::sim::cli {
 
 namespace {
 
-std::uint64_t ParseMask(const std::string& text) {
-  char* end = nullptr;
-  const unsigned long long value = std::strtoull(text.c_str(), &end, 0);
-  if (text.empty() || end == nullptr || *end != '\0') {
-    throw std::invalid_argument("--capability-mask: not a number: " + text);
-  }
-  return value;
-}
-
 SetupExit ParseSetupExit(const std::string& text) {
   if (text == "discard") return SetupExit::Discard;
   if (text == "defaults") return SetupExit::Defaults;
   return SetupExit::Save;
+}
+
+UINT32 DisplayMask(const CommonOptions& common) {
+  const auto level = ParseLogLevel(common.logLevel);
+  if (!level) {
+    throw std::invalid_argument("--log-level: unknown level: " + common.logLevel);
+  }
+  return *level;
+}
+
+// The views, or why the client layer could not be read.
+void PrintInspection(SimMachine& sim, const std::set<View>& views) {
+  if (!sim.Inspection()) {
+    std::cout << "module views unavailable: "
+              << (sim.InspectionError().empty() ? "the boot ended before the end of POST" : sim.InspectionError())
+              << "\n";
+    return;
+  }
+  PrintViews(std::cout, views, *sim.Inspection(), sim.devices().Bmc());
 }
 
 }  // namespace
@@ -36,6 +46,10 @@ void AddCommonOptions(CLI::App& app, CommonOptions& options) {
                  "Driver log shown: none, error, warn, info, verbose, all, or a hex mask")
       ->capture_default_str();
   app.add_flag("--fresh", options.fresh, "Start from a new machine (forget the state directory)");
+  app.add_option("--platform", options.platformFile,
+                 "Platform file (JSON) describing a new machine's modules and controller; later runs "
+                 "continue from the state directory")
+      ->check(CLI::ExistingFile);
   app.add_option("--capability-mask", options.capabilityMask,
                  "PlatformCapabilityMask (bit 4 App Direct, bit 5 Memory Mode)")
       ->capture_default_str();
@@ -44,36 +58,40 @@ void AddCommonOptions(CLI::App& app, CommonOptions& options) {
 }
 
 int RunBootCommand(const CommonOptions& common, const BootCommandOptions& options) {
-  const auto level = ParseLogLevel(common.logLevel);
-  if (!level) {
-    throw std::invalid_argument("--log-level: unknown level: " + common.logLevel);
-  }
-  if (common.fresh) {
-    std::filesystem::remove_all(common.stateDir);
-  }
+  const UINT32 mask = DisplayMask(common);
+  std::set<View> views;
+  if (!options.show.empty()) views = ParseViews(options.show);
 
-  PlatformSettings settings;
-  settings.capabilityMask = ParseMask(common.capabilityMask);
-#ifdef CARVEX_SIM_NvmDimmVendorDxe
-  if (!common.noVendorDriver) {
-    settings.images.emplace_back(CARVEX_SIM_NvmDimmVendorDxe);
-  }
-#endif
-#ifdef CARVEX_SIM_BmcVeskDxe
-  settings.images.emplace_back(CARVEX_SIM_BmcVeskDxe);
-#endif
-  settings.images.emplace_back(CARVEX_SIM_CarvexDxe);
-
-  Machine machine(common.stateDir, settings);
-  machine.SetDisplay(&std::cout, *level);
-
+  SimMachine sim(common, !views.empty(), std::cerr);
+  sim.machine().SetDisplay(&std::cout, mask);
   BootOptions boot;
   boot.enterSetup = !options.setup.empty();
   boot.setupExit = ParseSetupExit(options.setup);
   boot.legacyBoot = options.legacyBoot;
-  const BootSummary summary = machine.RunBoot(boot);
-  PrintBootSummary(std::cout, machine, summary);
+  const BootSummary summary = sim.machine().RunBoot(boot);
+  PrintBootSummary(std::cout, sim.machine(), summary);
+  std::cout << "devices   " << sim.Origin() << "\n";
+  if (!views.empty()) {
+    std::cout << "\n";
+    PrintInspection(sim, views);
+  }
   return summary.reports.empty() && !summary.resetLoop ? 0 : 1;
+}
+
+int RunModulesCommand(const CommonOptions& common, const std::string& views, bool logLevelGiven) {
+  const UINT32 mask = DisplayMask(common);
+  const std::set<View> chosen = ParseViews(views);
+  SimMachine sim(common, true, std::cerr);
+  sim.machine().SetDisplay(logLevelGiven ? &std::cout : nullptr, mask);
+  const BootSummary summary = sim.machine().RunBoot();
+  std::cout << "carvex-sim: boot " << sim.devices().Nvm().BootCount << " of the machine in "
+            << sim.machine().StateDirectory().string() << " (devices " << sim.Origin() << ")\n\n";
+  PrintInspection(sim, chosen);
+  for (const PlatformReport& report : summary.reports) {
+    std::cout << "PROBLEM (boot " << report.boot << ", " << ReportKindName(report.kind) << ", " << report.image
+              << "): " << report.message << "\n";
+  }
+  return summary.reports.empty() && !summary.resetLoop && sim.Inspection() ? 0 : 1;
 }
 
 }  // namespace carvex::sim::cli

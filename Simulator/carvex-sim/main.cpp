@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 
 #include "BootCommand.hpp"
+#include "Devices/JsonReader.hpp"
 
 int main(int argc, char** argv) {
   using namespace carvex::sim::cli;
@@ -21,11 +22,27 @@ int main(int argc, char** argv) {
   bootCommand->add_option("--setup", boot.setup, "Enter setup and leave it: save, discard or defaults")
       ->check(CLI::IsMember({"save", "discard", "defaults"}));
   bootCommand->add_flag("--legacy-boot", boot.legacyBoot, "Signal legacy boot after ready-to-boot");
+  bootCommand->add_option("--show", boot.show,
+                          "Also show what the driver's client layer reports at the end of POST: "
+                          "modules, regions, namespaces, goals, audit (comma-separated) or all");
+
+  std::string views = "all";
+  CLI::App* modulesCommand = app.add_subcommand(
+      "modules", "Boot once and show the modules, regions, namespaces, pending goals and audit events "
+                 "as the driver's client layer reports them");
+  modulesCommand->add_option("--show", views, "Which views: modules, regions, namespaces, goals, audit, all")
+      ->capture_default_str();
 
   CLI11_PARSE(app, argc, argv);
 
   try {
+    if (modulesCommand->parsed()) {
+      return RunModulesCommand(common, views, app.count("--log-level") != 0);
+    }
     return RunBootCommand(common, boot);
+  } catch (const carvex::sim::devices::PlatformFileError& error) {
+    std::cerr << "carvex-sim: platform file: " << error.what() << "\n";
+    return 2;
   } catch (const std::exception& error) {
     std::cerr << "carvex-sim: " << error.what() << "\n";
     return 2;
