@@ -1,8 +1,10 @@
 # Build rules that turn form sources (.vfr) and string files (.uni) into
 # linkable packages.
 #
-# carvex_add_uni(<target> UNI <file.uni> OUTPUT_NAME <base>)
+# carvex_add_uni(<target> UNI <file.uni> [EXTRA <file.uni>...] OUTPUT_NAME <base>)
 #   Runs carvex-unic and builds static library <target> from <base>Strings.cpp.
+#   UNI declares the languages and the identifiers; each EXTRA file (for
+#   example one translation file per language) may only add texts to them.
 #   Generated in ${CMAKE_CURRENT_BINARY_DIR}/<target>/ (the library's PUBLIC
 #   include folder): <base>Strings.h (array <base>Strings) and <base>StrDefs.h
 #   (#define STR_... identifiers).
@@ -36,11 +38,16 @@ function(_carvex_hii_library target dir source headers)
 endfunction()
 
 function(carvex_add_uni target)
-  cmake_parse_arguments(ARG "" "UNI;OUTPUT_NAME" "" ${ARGN})
+  cmake_parse_arguments(ARG "" "UNI;OUTPUT_NAME" "EXTRA" ${ARGN})
   if(NOT ARG_UNI OR NOT ARG_OUTPUT_NAME OR ARG_UNPARSED_ARGUMENTS)
-    message(FATAL_ERROR "carvex_add_uni(<target> UNI <file.uni> OUTPUT_NAME <base>)")
+    message(FATAL_ERROR "carvex_add_uni(<target> UNI <file.uni> [EXTRA <file.uni>...] OUTPUT_NAME <base>)")
   endif()
   get_filename_component(uni "${ARG_UNI}" ABSOLUTE)
+  set(extra)
+  foreach(file IN LISTS ARG_EXTRA)
+    get_filename_component(file "${file}" ABSOLUTE)
+    list(APPEND extra ${file})
+  endforeach()
   set(dir ${CMAKE_CURRENT_BINARY_DIR}/${target})
   set(base ${ARG_OUTPUT_NAME})
   set(source ${dir}/${base}Strings.cpp)
@@ -48,8 +55,8 @@ function(carvex_add_uni target)
   add_custom_command(
     OUTPUT ${source} ${headers}
     COMMAND ${CMAKE_COMMAND} -E make_directory ${dir}
-    COMMAND carvex-unic -o ${dir} --base-name ${base} ${uni}
-    DEPENDS ${uni} carvex-unic
+    COMMAND carvex-unic -o ${dir} --base-name ${base} ${uni} ${extra}
+    DEPENDS ${uni} ${extra} carvex-unic
     COMMENT "Compiling strings ${ARG_UNI}"
     VERBATIM)
   _carvex_hii_library(${target} ${dir} ${source} "${headers}")

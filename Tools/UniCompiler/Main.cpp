@@ -8,12 +8,15 @@
 
 #include <filesystem>
 #include <iostream>
+#include <vector>
 
 namespace {
 
 namespace fs = std::filesystem;
 
-const char kUsage[] = "usage: carvex-unic [options] <file.uni>\n"
+const char kUsage[] = "usage: carvex-unic [options] <file.uni> [<translations.uni>...]\n"
+                      "  the first file declares the languages and the identifiers; later files\n"
+                      "  may only add texts of identifiers it declares, in languages it declares\n"
                       "  -o <dir>             output folder (default: current folder)\n"
                       "  --base-name <name>   base of the output names (default: the source's stem);\n"
                       "                       writes <name>Strings.h, <name>Strings.cpp and <name>StrDefs.h\n"
@@ -21,7 +24,8 @@ const char kUsage[] = "usage: carvex-unic [options] <file.uni>\n"
                       "  --binary <file>      also write the raw string packages\n";
 
 struct Options {
-  std::string input, outDir = ".", baseName, arrayName, binary;
+  std::string              input, outDir = ".", baseName, arrayName, binary;
+  std::vector<std::string> extra; // translation files after the first
 };
 
 bool parseArgs (int argc, char **argv, Options &o) {
@@ -39,6 +43,8 @@ bool parseArgs (int argc, char **argv, Options &o) {
       *target = argv[++i];
     } else if (!arg.empty () && arg[0] != '-' && o.input.empty ()) {
       o.input = arg;
+    } else if (!arg.empty () && arg[0] != '-') {
+      o.extra.push_back (arg);
     } else {
       return false;
     }
@@ -76,7 +82,14 @@ int main (int argc, char **argv) {
     if (!bytes) {
       throw carvex::tools::CompileError ({o.input, 0}, "cannot read file");
     }
-    const auto        file = carvex::uni::parseUni (*bytes, o.input);
+    auto file = carvex::uni::parseUni (*bytes, o.input);
+    for (const auto &path : o.extra) {
+      const auto more = carvex::tools::readFile (path);
+      if (!more) {
+        throw carvex::tools::CompileError ({path, 0}, "cannot read file");
+      }
+      carvex::uni::addTranslations (file, *more, path);
+    }
     const auto        packages = carvex::uni::encodeStringPackages (file, o.input);
     const std::string source = fs::path (o.input).filename ().string ();
     const std::string header = o.baseName + "Strings.h";

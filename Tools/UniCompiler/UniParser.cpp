@@ -155,7 +155,9 @@ private:
 
 class Parser {
 public:
-  Parser (std::vector<Tok> toks, std::string file) : toks_ (std::move (toks)), file_ (std::move (file)) {
+  Parser (std::vector<Tok> toks, std::string file, UniFile base, bool translationsOnly)
+      : toks_ (std::move (toks)), file_ (std::move (file)), result_ (std::move (base)),
+        translationsOnly_ (translationsOnly) {
   }
 
   UniFile run () {
@@ -235,6 +237,9 @@ private:
   }
 
   void langdef (int line) {
+    if (translationsOnly_) {
+      fail (line, "#langdef is allowed only in the first file; it declares the languages");
+    }
     Language lang;
     lang.line = line;
     lang.code = expectWord (line, "a language code after #langdef");
@@ -259,6 +264,9 @@ private:
         def = &s;
       }
     }
+    if (def == nullptr && translationsOnly_) {
+      fail (line, name + " is not declared by the first file; later files only add translations");
+    }
     if (def == nullptr) {
       def = &result_.strings.emplace_back ();
       def->name = name;
@@ -271,11 +279,13 @@ private:
         fail (langLine, "language " + code + " is not declared by #langdef");
       }
       if (auto seen = def->lines.find (code); seen != def->lines.end ()) {
-        fail (langLine,
-              "duplicate " + code + " text for " + name + " (first at line " + std::to_string (seen->second) + ")");
+        const std::string &firstFile = def->files[code];
+        fail (langLine, "duplicate " + code + " text for " + name + " (first at " +
+                            (firstFile == file_ ? "line " : firstFile + ":") + std::to_string (seen->second) + ")");
       }
       def->translations[code] = expectStrings (langLine);
       def->lines[code] = langLine;
+      def->files[code] = file_;
     }
   }
 
@@ -283,16 +293,21 @@ private:
   std::string      file_;
   size_t           pos_ = 0;
   UniFile          result_;
+  bool             translationsOnly_;
 };
 
 } // namespace
 
 UniFile parseUni (const std::string &bytes, const std::string &fileName) {
-  UniFile file = Parser (Lexer (decodeUtf8 (bytes, fileName), fileName).run (), fileName).run ();
+  UniFile file = Parser (Lexer (decodeUtf8 (bytes, fileName), fileName).run (), fileName, {}, false).run ();
   if (file.languages.empty ()) {
     throw CompileError ({fileName, 1}, "no language defined (#langdef)");
   }
   return file;
+}
+
+void addTranslations (UniFile &file, const std::string &bytes, const std::string &fileName) {
+  file = Parser (Lexer (decodeUtf8 (bytes, fileName), fileName).run (), fileName, std::move (file), true).run ();
 }
 
 } // namespace carvex::uni

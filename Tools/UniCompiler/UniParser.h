@@ -19,6 +19,7 @@ struct StringDef {
   int                                   line = 0;     // first appearance: fixes the identifier
   std::map<std::string, std::u16string> translations; // by language code
   std::map<std::string, int>            lines;        // where each translation was written
+  std::map<std::string, std::string>    files;        // ... and in which file
 };
 
 struct UniFile {
@@ -28,5 +29,10 @@ struct UniFile {
 
 // Throws CompileError (file:line) on malformed input.
 UniFile parseUni (const std::string &bytes, const std::string &fileName);
+
+// Adds the texts of a later file to `file`: it may hold only #string blocks
+// for names `file` already declares, in languages it declares (no #langdef,
+// no new identifiers). Throws CompileError; `file` is unusable after a throw.
+void addTranslations (UniFile &file, const std::string &bytes, const std::string &fileName);
 
 } // namespace carvex::uni
