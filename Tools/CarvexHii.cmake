@@ -60,6 +60,8 @@ function(carvex_add_uni target)
     COMMENT "Compiling strings ${ARG_UNI}"
     VERBATIM)
   _carvex_hii_library(${target} ${dir} ${source} "${headers}")
+  # Form sources include <base>StrDefs.h: carvex_add_vfr depends on it.
+  set_target_properties(${target} PROPERTIES CARVEX_HII_STRDEFS ${dir}/${base}StrDefs.h)
   set(${target}_INCLUDE_DIR ${dir} PARENT_SCOPE)
   set(${target}_SOURCES ${source} PARENT_SCOPE)
 endfunction()
@@ -91,6 +93,10 @@ function(carvex_add_vfr target)
       message(FATAL_ERROR "carvex_add_vfr: ${strings} was not made by carvex_add_uni")
     endif()
     list(APPEND args -I ${strings_dir})
+    # A file-level dependency, so the strings are compiled first even when
+    # another target compiles the generated sources.
+    get_target_property(strdefs ${strings} CARVEX_HII_STRDEFS)
+    list(APPEND deps ${strdefs})
   endforeach()
   foreach(define IN LISTS ARG_DEFINES)
     list(APPEND args -D ${define})

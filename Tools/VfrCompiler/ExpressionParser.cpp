@@ -4,7 +4,8 @@
 //   and     := unary { AND unary }
 //   unary   := NOT unary | primary
 //   primary := '(' expr ')' | TRUE | FALSE | constant-expression
-//            | ideqval ref == value | ideqvallist ref == value... | ideqid ref == ref
+//            | ideqval ref (== | < | <= | > | >=) value
+//            | ideqvallist ref == value... | ideqid ref == ref
 //            | cond '(' expr '?' expr ':' expr ')'
 //   ref     := Store.field[index].field... | question-name
 #include "ConstExpr.h"
@@ -101,6 +102,25 @@ std::unique_ptr<Expr> FormParser::parsePrimary () {
                                                        : Expr::Op::EqIdValList,
                        at);
     e->refs.push_back (parseQuestionRef ());
+    if (e->op == Expr::Op::EqIdVal) {
+      // As EDK II: an ordering compare becomes question-ref, UINT16, compare.
+      const struct {
+        const char   *text;
+        Expr::Compare compare;
+      } orders[] = {{"<", Expr::Compare::Less},
+                    {"<=", Expr::Compare::LessEqual},
+                    {">", Expr::Compare::Greater},
+                    {">=", Expr::Compare::GreaterEqual}};
+      for (const auto &order : orders) {
+        if (c_.peek ().isPunct (order.text)) {
+          c_.next ();
+          e->op = Expr::Op::CompareIdVal;
+          e->compare = order.compare;
+          e->values.push_back (parseCompareValue ("ideqval"));
+          return e;
+        }
+      }
+    }
     if (!c_.peek ().isPunct ("==")) {
       c_.fail (word + " compares with '==' only, found " + TokenCursor::describe (c_.peek ()));
     }

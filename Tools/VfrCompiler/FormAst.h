@@ -55,11 +55,14 @@ struct QuestionRef {
 };
 
 struct Expr {
-  enum class Op { EqIdVal, EqIdValList, EqIdId, True, False, Constant, Not, And, Or, Conditional };
+  enum class Op { EqIdVal, EqIdValList, EqIdId, True, False, Constant, Not, And, Or, Conditional, CompareIdVal };
+  // CompareIdVal: "ideqval q < n" and friends; the IFR comparison opcode.
+  enum class Compare : uint8_t { Greater = 0x31, GreaterEqual = 0x32, Less = 0x33, LessEqual = 0x34 };
   Op                                 op = Op::True;
+  Compare                            compare = Compare::Less;
   SourceLoc                          loc;
-  std::vector<QuestionRef>           refs;     // EqIdVal/EqIdValList: 1, EqIdId: 2
-  std::vector<uint64_t>              values;   // EqIdVal, EqIdValList, Constant
+  std::vector<QuestionRef>           refs;     // EqIdVal/EqIdValList/CompareIdVal: 1, EqIdId: 2
+  std::vector<uint64_t>              values;   // EqIdVal, EqIdValList, CompareIdVal, Constant
   std::vector<std::unique_ptr<Expr>> operands; // Not: 1, And/Or: 2, Conditional: 3
 };
 

@@ -33,6 +33,7 @@ enum : uint8_t {
   kVarStoreEfi = 0x26,
   kEnd = 0x29,
   kConditional = 0x50,
+  kQuestionRef1 = 0x40,
   kUint8 = 0x42,
   kUint16 = 0x43,
   kUint32 = 0x44,
@@ -288,6 +289,12 @@ private:
       emit (kEqIdValList, false, op, e.loc);
       break;
     }
+    case Expr::Op::CompareIdVal:
+      emit (kQuestionRef1, false, Op ().u16 (e.refs[0].target->qid), e.loc);
+      emit (kUint16, false, Op ().u16 (e.values[0]), e.loc);
+      emit (static_cast<uint8_t> (e.compare), false, Op (), e.loc);
+      count += 2;
+      break;
     case Expr::Op::True:
       emit (kTrue, false, Op (), e.loc);
       break;
