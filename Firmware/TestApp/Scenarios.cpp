@@ -6,6 +6,7 @@
 **/
 #include "Scenarios.h"
 #include "ExpectedVariables.h"
+#include "HiiScenario.h"
 #include "Platform.h"
 #include "TestReport.h"
 #include "VariableSpy.h"
@@ -342,6 +343,7 @@ CONST SCENARIO  mScenarios[] = {
   { "capability-clear",  2, CapabilityClear  },
   { "no-vendor-driver",  2, NoVendorDriver   },
   { "perf-profile-sync", 2, PerfProfileSync  },
+  { "hii-sample",        1, HiiSampleScenario },
 };
 
 }  // namespace
