@@ -2,8 +2,8 @@
   System table, boot services and runtime services with every member at the
   offset firmware places it. The tables are naturally aligned, not packed.
 **/
-#ifndef UEFI_SPEC_H_
-#define UEFI_SPEC_H_
+#ifndef UEFI_TABLES_H_
+#define UEFI_TABLES_H_
 
 #include <Uefi/UefiBaseType.h>
 #include <Protocol/DevicePath.h>
