@@ -413,6 +413,43 @@ ExtractThroughRouter (
   return Results;
 }
 
+// ExportConfig asks every driver for all of its storage with no request:
+// the driver must build its own and answer once.
+VOID
+CheckExportConfig (
+  IN HII_CONTEXT           *Context,
+  IN CONST CHAR16          *Header,
+  IN CONST HII_SAMPLE_VAR  *Expected
+  )
+{
+  HII_SAMPLE_VAR  Decoded;
+  BOOLEAN         Covered[sizeof (HII_SAMPLE_VAR)];
+  CHAR16          *Results;
+  CONST CHAR16    *Section;
+  UINT32          CallsBefore;
+  BOOLEAN         Same;
+  EFI_STATUS      Status;
+
+  CallsBefore = Context->Sample->ExtractCalls;
+  Results     = NULL;
+  Status      = Context->Routing->ExportConfig (Context->Routing, &Results);
+  TestExpect (
+    Context->Sample->ExtractCalls == CallsBefore + 1 && Context->Sample->LastRequest[0] == 0,
+    "export-config-asks-driver-without-request",
+    "%u driver calls, last asked \"%s\"",
+    Context->Sample->ExtractCalls - CallsBefore,
+    Context->Sample->LastRequest
+    );
+  Section = (!EFI_ERROR (Status) && Results != NULL) ? ConfigFind (Results, Header) : NULL;
+  Same    = (BOOLEAN)(Section != NULL && ConfigStartsWith (Section + FwStrLen (Header), u"&OFFSET=0&WIDTH=000c&VALUE=") &&
+                      ConfigDecodeBlocks (Section, reinterpret_cast<UINT8 *> (&Decoded), Covered, sizeof (Decoded)) &&
+                      BytesEqual (reinterpret_cast<CONST UINT8 *> (&Decoded), reinterpret_cast<CONST UINT8 *> (Expected), sizeof (Decoded)));
+  TestExpect (Same, "export-config-holds-whole-store", "ExportConfig: %r, %a", Status, (Section != NULL) ? "store section differs" : "no section for the store");
+  if (Results != NULL) {
+    gFwBS->FreePool (Results);
+  }
+}
+
 // The router, through the driver's handlers: the whole store, one element,
 // a header-only request, then a changed element routed back.
 VOID
@@ -506,6 +543,7 @@ CheckRouting (
     gFwBS->FreePool (Results);
   }
 
+  CheckExportConfig (Context, Header, &Expected);
   gFwBS->FreePool (Header);
 }
 
