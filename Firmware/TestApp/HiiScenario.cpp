@@ -75,6 +75,15 @@ BytesEqual (
   return TRUE;
 }
 
+BOOLEAN
+SameStore (
+  IN CONST HII_SAMPLE_VAR  *First,
+  IN CONST HII_SAMPLE_VAR  *Second
+  )
+{
+  return BytesEqual (reinterpret_cast<CONST UINT8 *> (First), reinterpret_cast<CONST UINT8 *> (Second), sizeof (*First));
+}
+
 VOID *
 Locate (
   IN EFI_GUID  *Guid
@@ -441,10 +450,17 @@ CheckExportConfig (
     Context->Sample->LastRequest
     );
   Section = (!EFI_ERROR (Status) && Results != NULL) ? ConfigFind (Results, Header) : NULL;
-  Same    = (BOOLEAN)(Section != NULL && ConfigStartsWith (Section + FwStrLen (Header), u"&OFFSET=0&WIDTH=000c&VALUE=") &&
+  Same    = (BOOLEAN)(Section != NULL &&
+                      ConfigStartsWith (Section + FwStrLen (Header), u"&OFFSET=0&WIDTH=000c&VALUE=") &&
                       ConfigDecodeBlocks (Section, reinterpret_cast<UINT8 *> (&Decoded), Covered, sizeof (Decoded)) &&
-                      BytesEqual (reinterpret_cast<CONST UINT8 *> (&Decoded), reinterpret_cast<CONST UINT8 *> (Expected), sizeof (Decoded)));
-  TestExpect (Same, "export-config-holds-whole-store", "ExportConfig: %r, %a", Status, (Section != NULL) ? "store section differs" : "no section for the store");
+                      SameStore (&Decoded, Expected));
+  TestExpect (
+    Same,
+    "export-config-holds-whole-store",
+    "ExportConfig: %r, %a",
+    Status,
+    (Section != NULL) ? "store section differs" : "no section for the store"
+    );
   if (Results != NULL) {
     gFwBS->FreePool (Results);
   }
@@ -468,7 +484,13 @@ CheckRouting (
   EFI_STATUS      Status;
 
   Header = HiiConstructConfigHdr (&mStoreGuid, HII_SAMPLE_STORE_NAME, Context->DriverHandle);
-  if (!TestExpect (Header != NULL && FwStrEqual (Header, mExpectedHeader), "config-header-from-driver-handle", "\"%s\"", (Header != NULL) ? Header : u"(null)")) {
+  if (!TestExpect (
+         Header != NULL && FwStrEqual (Header, mExpectedHeader),
+         "config-header-from-driver-handle",
+         "\"%s\"",
+         (Header != NULL) ? Header : u"(null)"
+         ))
+  {
     if (Header != NULL) {
       gFwBS->FreePool (Header);
     }
@@ -527,7 +549,7 @@ CheckRouting (
     Context->Sample->LastRequest
     );
   TestExpect (
-    BytesEqual (reinterpret_cast<CONST UINT8 *> (&Context->Sample->Store), reinterpret_cast<CONST UINT8 *> (&Expected), sizeof (Expected)),
+    SameStore (&Context->Sample->Store, &Expected),
     "route-changes-only-that-element",
     "Mode %u Count 0x%x Enabled %u",
     static_cast<UINT32> (Context->Sample->Store.Mode),
