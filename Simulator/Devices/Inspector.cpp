@@ -167,6 +167,8 @@ Inspection Inspector::Read() {
   for (const REGION_DETAILS& region : inspection.regions) {
     CapacityText(inspection, region.Capacity);
     CapacityText(inspection, region.FreeCapacity);
+    CapacityText(inspection, region.AppDirNamespaceMaxSize);
+    CapacityText(inspection, region.AppDirNamespaceMinSize);
   }
   for (const NamespaceReport& ns : inspection.namespaces) {
     CapacityText(inspection, ns.record.BlockSize * ns.record.BlockCount);

@@ -1,0 +1,68 @@
+#include "DeviceMachine.hpp"
+
+#include <atomic>
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+
+namespace carvex::test {
+
+namespace {
+
+std::filesystem::path FreshStateDirectory() {
+  static std::atomic<unsigned> counter{0};
+  auto path = std::filesystem::temp_directory_path() /
+              ("carvex-devices-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
+  std::filesystem::remove_all(path);
+  return path;
+}
+
+}  // namespace
+
+DeviceMachine::DeviceMachine(const std::string& platformJson) : state_(FreshStateDirectory()) {
+  std::optional<sim::devices::DeviceState> initial;
+  if (!platformJson.empty()) initial = sim::devices::DeviceStateFromJson(nlohmann::json::parse(platformJson));
+  Build(std::move(initial));
+}
+
+DeviceMachine::~DeviceMachine() {
+  devices_.reset();
+  machine_.reset();
+  std::error_code ignored;
+  std::filesystem::remove_all(state_, ignored);
+}
+
+void DeviceMachine::Build(std::optional<sim::devices::DeviceState> initial) {
+  sim::PlatformSettings settings;
+  settings.images = {CARVEX_TEST_NvmDimmVendorDxe, CARVEX_TEST_BmcVeskDxe, CARVEX_TEST_CarvexDxe,
+                     sim::devices::InspectorImagePath()};
+  machine_ = std::make_unique<sim::Machine>(state_, settings);
+  devices_ = std::make_unique<sim::devices::DevicePlatform>(*machine_, std::move(initial));
+  machine_->OnStage(sim::BootStage::EndOfPost, [this](sim::Machine& machine) {
+    if (hook_) {
+      sim::devices::Inspector inspector(machine);
+      hook_(inspector);
+    }
+  });
+}
+
+sim::BootRecord DeviceMachine::Boot(const std::function<void(sim::devices::Inspector&)>& atEndOfPost) {
+  hook_ = atEndOfPost;
+  sim::BootSummary summary = machine_->RunBoot();
+  hook_ = nullptr;
+  return summary.Last();
+}
+
+sim::devices::Inspection DeviceMachine::Inspect() {
+  sim::devices::Inspection inspection;
+  Boot([&](sim::devices::Inspector& inspector) { inspection = inspector.Read(); });
+  return inspection;
+}
+
+void DeviceMachine::Reopen() {
+  devices_.reset();
+  machine_.reset();
+  Build(std::nullopt);
+}
+
+}  // namespace carvex::test
