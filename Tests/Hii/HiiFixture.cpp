@@ -44,7 +44,7 @@ bool SampleDriver::ShouldFail(const CHAR16* request) const {
 
 // Like a real driver, answers only for its own store.
 bool SampleDriver::Mine(const CHAR16* request) const {
-  const std::u16string own = HeaderText(kStoreGuid, u"SampleVar", path);
+  const std::u16string own = HeaderText(storeGuid, storeName, path);
   return std::u16string_view(request).substr(0, own.size()) == own;
 }
 

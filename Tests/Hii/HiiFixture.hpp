@@ -48,6 +48,8 @@ class SampleDriver {
   std::size_t failAt = 0;
   std::u16string failWhen;               // only requests containing this fail (empty: all)
   bool progressOutside = false;          // on failure, point Progress at no part of the request
+  EFI_GUID storeGuid = kStoreGuid;       // the one store this driver answers for
+  std::u16string storeName = u"SampleVar";
 
  private:
   static EFI_STATUS EFIAPI Extract(const EFI_HII_CONFIG_ACCESS_PROTOCOL* This, const CHAR16* request,
