@@ -25,3 +25,34 @@ list(APPEND CARVEX_DRIVER_SOURCES
   ${CARVEX_DRIVER_DIR}/NvmDimmConfig/Thresholds.cpp
   ${CARVEX_DRIVER_DIR}/Bmc/AuditLog.cpp
 )
+# Namespaces of the client layer; run-time strings in every language.
+list(APPEND CARVEX_DRIVER_SOURCES
+  ${CARVEX_DRIVER_DIR}/NvmDimmConfig/Namespaces.cpp
+  ${CARVEX_DRIVER_DIR}/Library/MultiLanguageLib/MultiLanguageLib.cpp
+)
+# Setup form set: its strings (the declaring file, then one translation file
+# per language as each lands) and its forms are compiled into the driver.
+file(GLOB CARVEX_SETUP_TRANSLATIONS CONFIGURE_DEPENDS ${CARVEX_DRIVER_DIR}/Setup/Strings/*.uni)
+carvex_add_uni(CarvexSetupStrings
+  UNI ${CARVEX_DRIVER_DIR}/Setup/CarvexSetupStrings.uni
+  EXTRA ${CARVEX_SETUP_TRANSLATIONS}
+  OUTPUT_NAME CarvexSetup)
+carvex_add_vfr(CarvexSetupForms
+  VFR ${CARVEX_DRIVER_DIR}/Setup/CarvexSetup.vfr
+  HEADERS ${CARVEX_DRIVER_DIR}/Setup
+  OUTPUT_NAME CarvexSetup
+  STRINGS CarvexSetupStrings)
+set(CARVEX_SETUP_SOURCES
+  ${CARVEX_DRIVER_DIR}/Setup/CarvexSetup.cpp
+  ${CARVEX_DRIVER_DIR}/Setup/SetupCallback.cpp
+  ${CARVEX_DRIVER_DIR}/Setup/SetupMessageBox.cpp
+)
+set_source_files_properties(${CARVEX_SETUP_SOURCES} PROPERTIES
+  INCLUDE_DIRECTORIES "${CarvexSetupStrings_INCLUDE_DIR};${CarvexSetupForms_INCLUDE_DIR}")
+list(APPEND CARVEX_DRIVER_SOURCES
+  ${CARVEX_SETUP_SOURCES}
+  ${CarvexSetupStrings_SOURCES}
+  ${CarvexSetupForms_SOURCES}
+  ${CarvexSetupStrings_INCLUDE_DIR}/CarvexSetupStrDefs.h
+  ${CarvexSetupForms_INCLUDE_DIR}/CarvexSetupBin.h
+)

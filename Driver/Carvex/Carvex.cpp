@@ -5,6 +5,7 @@
 #include "Carvex.h"
 #include "../KIV/CarvexKiv.h"
 #include "../NvmDimmConfig/CarvexConfig.h"
+#include "../Setup/CarvexSetup.h"
 #include <Guid/CarvexVariables.h>
 #include <Library/DebugLib.h>
 #include <Library/PcdLib.h>
@@ -106,7 +107,10 @@ CarvexBeforePostComplete (
     DEBUG ((DEBUG_ERROR, "%a:There is not Carvek on board. Status:%r\n", __func__, Status));
   } else {
     CarvekPresent = TRUE;
-    // The setup and out-of-band form sets are installed here once they exist.
+    // The form sets report their own failures; the presence flag is written
+    // either way.
+    CarvexSetupBeforePostComplete ();
+    // The out-of-band form set is installed here once it exists.
   }
 
   Status = gRT->SetVariable (
