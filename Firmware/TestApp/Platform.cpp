@@ -77,6 +77,21 @@ PlatformBringUp (
   return Ready;
 }
 
+BOOLEAN
+PlatformStartDevices (
+  VOID
+  )
+{
+  EFI_STATUS  Status;
+  BOOLEAN     Ready;
+
+  Status = RunImage (IMAGE_DIRECTORY u"NvmDimmVendorDxe.efi", NULL);
+  Ready  = TestExpect (!EFI_ERROR (Status), "platform-vendor-driver", "NvmDimmVendorDxe.efi: %r", Status);
+  Status = RunImage (IMAGE_DIRECTORY u"BmcVeskDxe.efi", NULL);
+  Ready &= TestExpect (!EFI_ERROR (Status), "platform-controller", "BmcVeskDxe.efi: %r", Status);
+  return Ready;
+}
+
 EFI_STATUS
 PlatformLoadDriver (
   OUT EFI_HANDLE  *DriverHandle

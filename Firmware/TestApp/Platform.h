@@ -21,6 +21,14 @@ PlatformBringUp (
   IN CONST PLATFORM_SETUP  *Setup
   );
 
+// Loads and starts the module vendor's driver and the controller
+// (NvmDimmVendorDxe.efi, BmcVeskDxe.efi), before the driver; each is
+// reported as a check. Returns FALSE when one failed.
+BOOLEAN
+PlatformStartDevices (
+  VOID
+  );
+
 // Loads CarvexDxe.efi without starting it.
 EFI_STATUS
 PlatformLoadDriver (

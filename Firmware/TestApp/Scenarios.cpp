@@ -344,6 +344,7 @@ CONST SCENARIO  mScenarios[] = {
   { "no-vendor-driver",  2, NoVendorDriver   },
   { "perf-profile-sync", 2, PerfProfileSync  },
   { "hii-sample",        1, HiiSampleScenario },
+  { "vendor-modules",    1, VendorModules    },
 };
 
 }  // namespace

@@ -21,6 +21,12 @@ typedef struct {
   SCENARIO_BOOT    Run;
 } SCENARIO;
 
+// The module vendor's driver ahead of the driver (ModuleScenarios.cpp).
+SCENARIO_RESULT
+VendorModules (
+  IN UINT32  Boot
+  );
+
 // The scenario of that name, or NULL.
 CONST SCENARIO *
 FindScenario (
