@@ -192,9 +192,10 @@ void PrintViews(std::ostream& out, const std::set<View>& views, const Inspection
   }
   const auto failures = inspection.Failures();
   if (!failures.empty()) {
-    out << "\nClient calls that failed:";
-    for (const auto& call : failures) out << " " << call.function << " (" << devices::EfiStatusName(call.status) << ")";
-    out << "\n";
+    out << "\nClient calls that failed\n";
+    TextTable table({"Function", "Status"});
+    for (const auto& call : failures) table.AddRow({call.function, devices::EfiStatusName(call.status)});
+    table.Print(out);
   }
 }
 

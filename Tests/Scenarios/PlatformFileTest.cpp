@@ -31,6 +31,8 @@ struct BadField {
   const char* error;
 };
 
+void PrintTo(const BadField& field, std::ostream* out) { *out << field.name; }
+
 class BadFieldTest : public ::testing::TestWithParam<BadField> {};
 
 TEST_P (BadFieldTest, Refused_ErrorNamesField) {
