@@ -444,6 +444,7 @@ ItemView FormBrowser::Describe(const FormSetSession& session, const Form& form, 
   item.step = s.step;
   item.minSize = s.minSize;
   item.maxSize = s.maxSize;
+  item.width = s.width;
   item.hexDisplay = (s.numericFlags & EFI_IFR_DISPLAY) == EFI_IFR_DISPLAY_UINT_HEX;
   item.signedDisplay = s.kind == StatementKind::Numeric && (s.numericFlags & EFI_IFR_DISPLAY) == EFI_IFR_DISPLAY_INT_DEC;
   if (s.kind == StatementKind::OneOf) {

@@ -80,6 +80,7 @@ struct ItemView {
   std::vector<std::uint64_t> optionValues;
   std::uint64_t minimum = 0, maximum = 0, step = 0;
   std::uint16_t minSize = 0, maxSize = 0;
+  std::uint16_t width = 0;               // bytes of storage
   bool signedDisplay = false, hexDisplay = false;
 
   bool Shown() const { return !disabled && !suppressed; }
