@@ -53,9 +53,11 @@ browser::ItemView BrowserTest::Item(const std::u16string& prompt) {
   return {};
 }
 
-std::vector<unsigned> BrowserTest::Slots() const {
+std::vector<unsigned> BrowserTest::SetupSlots() const {
   std::vector<unsigned> slots;
-  for (const SlotCall& call : machine_.CurrentBoot().slots) slots.push_back(call.slot);
+  for (const SlotCall& call : machine_.CurrentBoot().slots) {
+    if (call.slot >= 3) slots.push_back(call.slot);
+  }
   return slots;
 }
 

@@ -39,8 +39,8 @@ class BrowserTest : public ::testing::Test {
   carvex::sim::browser::ScriptResult RunFailing(const std::string& script);
   // The item of the current form with this prompt.
   carvex::sim::browser::ItemView Item(const std::u16string& prompt);
-  // Platform event slots called so far in this boot.
-  std::vector<unsigned> Slots() const;
+  // Setup-leave slots (3 save, 4 discard, 5 defaults) called so far in this boot.
+  std::vector<unsigned> SetupSlots() const;
   std::vector<EFI_BROWSER_ACTION> ActionsOf(EFI_QUESTION_ID question) const;
 
   ScratchDirectory scratch_;
