@@ -32,8 +32,10 @@ class SimMachine {
  private:
   void Inspect(Machine& machine);
 
-  std::unique_ptr<Machine> machine_;
+  // The machine goes first: ending a boot still under way runs the
+  // devices' hooks.
   std::unique_ptr<devices::DevicePlatform> devices_;
+  std::unique_ptr<Machine> machine_;
   std::string origin_;
   std::optional<devices::Inspection> inspection_;
   std::string inspectionError_;

@@ -26,8 +26,9 @@ DeviceMachine::DeviceMachine(const std::string& platformJson) : state_(FreshStat
 }
 
 DeviceMachine::~DeviceMachine() {
-  devices_.reset();
+  // The machine first: ending a boot still under way runs the devices' hooks.
   machine_.reset();
+  devices_.reset();
   std::error_code ignored;
   std::filesystem::remove_all(state_, ignored);
 }
@@ -60,8 +61,8 @@ sim::devices::Inspection DeviceMachine::Inspect() {
 }
 
 void DeviceMachine::Reopen() {
-  devices_.reset();
   machine_.reset();
+  devices_.reset();
   Build(std::nullopt);
 }
 
