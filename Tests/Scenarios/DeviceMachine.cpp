@@ -1,6 +1,8 @@
 #include "DeviceMachine.hpp"
 
 #include <atomic>
+
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
@@ -51,6 +53,9 @@ sim::BootRecord DeviceMachine::Boot(const std::function<void(sim::devices::Inspe
   hook_ = atEndOfPost;
   sim::BootSummary summary = machine_->RunBoot();
   hook_ = nullptr;
+  for (const sim::PlatformReport& report : summary.reports) {
+    ADD_FAILURE() << "platform report in boot " << report.boot << " (" << report.image << "): " << report.message;
+  }
   return summary.Last();
 }
 

@@ -28,7 +28,8 @@ class DeviceMachine {
   const std::filesystem::path& StateDirectory() const { return state_; }
 
   // One whole boot; `atEndOfPost` runs with the inspector once the driver's
-  // end-of-POST work is done. Returns the boot's record.
+  // end-of-POST work is done. A platform report (misuse the platform
+  // detected) fails the test. Returns the boot's record.
   sim::BootRecord Boot(const std::function<void(sim::devices::Inspector&)>& atEndOfPost = {});
   // One whole boot that reads the client layer at the end of POST.
   sim::devices::Inspection Inspect();
