@@ -117,15 +117,15 @@ Inspection Inspector::Read() {
     client.FreePool(text);
   }
 
-  INSPECTOR_NAMESPACE* namespaces = nullptr;
+  NAMESPACE_DETAILS* namespaces = nullptr;
   UINT32 namespaceCount = 0;
-  status = client.GetNamespaces(&namespaces, &namespaceCount);
-  Record(inspection, "GetNamespaces", status);
+  status = client.GetNamespaceDetails(&namespaces, &namespaceCount);
+  Record(inspection, "GetNamespaceDetails", status);
   for (UINT32 index = 0; namespaces != nullptr && index < namespaceCount; ++index) {
     NamespaceReport report;
     report.record = namespaces[index];
     report.name = std::string(namespaces[index].Name, strnlen(namespaces[index].Name, NAMESPACE_NAME_LENGTH));
-    report.guid = GuidText(namespaces[index].Guid);
+    report.guid = GuidText(namespaces[index].NamespaceGuid);
     inspection.namespaces.push_back(report);
   }
   client.FreePool(namespaces);

@@ -31,7 +31,7 @@ struct ModuleReport {
 };
 
 struct NamespaceReport {
-  INSPECTOR_NAMESPACE record{};
+  NAMESPACE_DETAILS record{};
   std::string name;
   std::string guid;
 };

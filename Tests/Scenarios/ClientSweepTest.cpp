@@ -62,9 +62,15 @@ std::vector<EFI_STATUS> CallEveryClientFunction(Inspector& inspector) {
   REGION_DETAILS* regions = nullptr;
   keep(c.GetRegionDetails(&regions, &count));
   c.FreePool(regions);
-  INSPECTOR_NAMESPACE* namespaces = nullptr;
-  keep(c.GetNamespaces(&namespaces, &count));
+  NAMESPACE_DETAILS* namespaces = nullptr;
+  keep(c.GetNamespaceDetails(&namespaces, &count));
   c.FreePool(namespaces);
+  CHAR8 name[] = "scratch";
+  UINT16 namespaceStatus = 0;
+  keep(c.CreateNamespace(2, name, 2ull << 30, &namespaceStatus));
+  CHAR8 rename[] = "renamed";
+  keep(c.ModifyNamespace(2, rename, FALSE, nullptr));
+  keep(c.DeleteNamespace(2, FALSE, nullptr));
 
   UINT16 socket = 1;
   UINT16 nvmStatus = 0;

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <iterator>
 
 #include <Bmc/AuditLog.h>
 
@@ -131,6 +132,24 @@ TEST (ModuleStateTest, NewMachineOnSameDirectory_ContinuesGoalsAuditAndBootCount
   ASSERT_EQ(next.regions.size(), 2u);
   EXPECT_EQ(next.regions[0].SocketId, 0);
   EXPECT_EQ(next.regions[0].Capacity, (5 * 128 + 96) * kGiB);
+}
+
+TEST (ModuleStateTest, DescribedNamespacesAndGoal_ReportedByClientLayerAfterFirstBoot) {
+  std::ifstream file(std::filesystem::path(CARVEX_TEST_PLATFORMS_DIR) / "pending-goal.json");
+  const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  DeviceMachine machine(text);
+  const Inspection inspection = machine.Inspect();
+  ASSERT_EQ(inspection.namespaces.size(), 2u);
+  EXPECT_EQ(inspection.namespaces[0].name, "database");
+  EXPECT_EQ(inspection.Capacity(inspection.namespaces[0].record.BlockSize * inspection.namespaces[0].record.BlockCount),
+            "384.0 GB");
+  EXPECT_EQ(inspection.namespaces[1].record.RegionId, 1u);
+  // The described goal was pending at power-on: the first boot applied it.
+  EXPECT_TRUE(inspection.goals.empty());
+  EXPECT_EQ(RegionsOfType(inspection, 1, REGION_TYPE_APP_DIRECT_NOT_INTERLEAVED), 6u);
+  ASSERT_FALSE(inspection.regions.empty());
+  EXPECT_EQ(inspection.Capacity(inspection.regions[0].FreeCapacity), "372.0 GB");
+  EXPECT_TRUE(inspection.scrubInProgress);  // module 1 scrubs from every boot
 }
 
 TEST (ModuleStateTest, DescriptionFaultOnce_FailsFirstBootOnlyAndIsGoneFromState) {

@@ -6,8 +6,7 @@
   layer's caches live for one boot, as in the driver.
 
   The members are the client functions themselves (same arguments and
-  results), plus a namespace listing over the config protocol and the
-  image's own FreePool for what the others hand out.
+  results), plus the image's own FreePool for what they hand out.
 **/
 #ifndef CARVEX_INSPECTOR_H_
 #define CARVEX_INSPECTOR_H_
@@ -18,22 +17,12 @@
 #include <NvmDimmConfig/Convert.h>
 #include <NvmDimmConfig/DimmInventory.h>
 #include <NvmDimmConfig/Goals.h>
+#include <NvmDimmConfig/Namespaces.h>
 #include <NvmDimmConfig/Regions.h>
 
 CARVEX_GUID_DEFINE (gCarvexInspectorProtocolGuid, 0x3A6F0C2E, 0x71B4, 0x4D59, 0x8E, 0x13, 0xC2, 0x5B, 0x90, 0x4F, 0x6D, 0xA7);
 
-#define CARVEX_INSPECTOR_REVISION  1
-
-// One namespace as the config protocol lists it.
-typedef struct {
-  UINT16      NamespaceId;
-  UINT16      HealthState;  // NAMESPACE_HEALTH_*
-  UINT32      RegionId;
-  EFI_GUID    Guid;
-  CHAR8       Name[NAMESPACE_NAME_LENGTH];
-  UINT64      BlockSize;
-  UINT64      BlockCount;
-} INSPECTOR_NAMESPACE;
+#define CARVEX_INSPECTOR_REVISION  2
 
 typedef struct {
   UINT32    Revision;  // CARVEX_INSPECTOR_REVISION
@@ -54,7 +43,10 @@ typedef struct {
 
   // Regions, namespaces, goals.
   EFI_STATUS (EFIAPI *GetRegionDetails)(OUT REGION_DETAILS **ppRegions, OUT UINT32 *pRegionCount);
-  EFI_STATUS (EFIAPI *GetNamespaces)(OUT INSPECTOR_NAMESPACE **ppNamespaces, OUT UINT32 *pCount);
+  EFI_STATUS (EFIAPI *GetNamespaceDetails)(OUT NAMESPACE_DETAILS **ppNamespaces, OUT UINT32 *pNamespaceCount);
+  EFI_STATUS (EFIAPI *CreateNamespace)(IN UINT32 RegionId, IN CHAR8 *Name, IN UINT64 Capacity, OUT UINT16 *pNvmStatus OPTIONAL);
+  EFI_STATUS (EFIAPI *ModifyNamespace)(IN UINT16 NamespaceId, IN CHAR8 *Name, IN BOOLEAN AskToForce, IN EFI_HII_HANDLE HiiHandle);
+  EFI_STATUS (EFIAPI *DeleteNamespace)(IN UINT16 NamespaceId, IN BOOLEAN AskToForce, IN EFI_HII_HANDLE HiiHandle);
   EFI_STATUS (EFIAPI *GetPendingGoalDetails)(IN OUT PENDING_GOAL_DETAILS *pGoal);
   EFI_STATUS (EFIAPI *CreateGoal)(IN UINT16 *pDimmIds OPTIONAL, IN UINT32 DimmIdsCount, IN UINT16 *pSocketIds OPTIONAL, IN UINT32 SocketIdsCount, IN UINT8 PersistentMemType, IN UINT32 VolatilePercent, OUT UINT16 *pStatusCode);
   EFI_STATUS (EFIAPI *DeleteGoal)(IN UINT16 *pDimmIds OPTIONAL, IN UINT32 DimmIdsCount, IN UINT16 *pSocketIds OPTIONAL, IN UINT32 SocketIdsCount);
