@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 
 #include "BootCommand.hpp"
+#include "SetupCommand.hpp"
 #include "Devices/JsonReader.hpp"
 
 int main(int argc, char** argv) {
@@ -33,9 +34,15 @@ int main(int argc, char** argv) {
   modulesCommand->add_option("--show", views, "Which views: modules, regions, namespaces, goals, audit, all")
       ->capture_default_str();
 
+  SetupCommandOptions setup;
+  AddSetupCommand(app, setup);
+
   CLI11_PARSE(app, argc, argv);
 
   try {
+    if (app.got_subcommand("setup")) {
+      return RunSetupCommand(common, setup);
+    }
     if (modulesCommand->parsed()) {
       return RunModulesCommand(common, views, app.count("--log-level") != 0);
     }
