@@ -88,7 +88,7 @@ void PrintRegions(std::ostream& out, const Inspection& inspection) {
 }
 
 void PrintNamespaces(std::ostream& out, const Inspection& inspection) {
-  out << "Namespaces (" << Plural(inspection.namespaces.size(), "namespace", "namespaces") << ")\n";
+  out << "Namespaces (GetNamespaceDetails: " << Plural(inspection.namespaces.size(), "namespace", "namespaces") << ")\n";
   if (inspection.namespaces.empty()) {
     out << "  (none)\n";
     return;
