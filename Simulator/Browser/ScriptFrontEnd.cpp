@@ -178,6 +178,7 @@ class Runner final : public BrowserUi {
     else if (command == "discard") Report(line, browser_.Discard());
     else if (command == "defaults") Report(line, browser_.LoadDefaults());
     else if (command == "language" && line.tokens.size() == 2) browser_.SetLanguage(line.tokens[1].text);
+    else if (command == "show") Show();
     else Fail(line.number, "unknown command " + Quote(command));
     if (!failure_ && !typed_.empty()) {
       Fail(line.number, "the browser asked for " + std::to_string(prompts_ - promptsBefore) + " password(s), the script gave " +
@@ -240,6 +241,18 @@ class Runner final : public BrowserUi {
       return false;
     }
     return true;
+  }
+
+  // The current form in the transcript: one line per item, hidden ones too.
+  void Show() {
+    const FormView view = browser_.View();
+    Echo("  [form] " + (view.frontPage ? std::string("front page") : Utf16ToUtf8(view.title)));
+    for (const ItemView& item : view.items) {
+      if (item.disabled) continue;
+      std::string text = "    " + Quote(item.prompt);
+      if (item.kind != ItemKind::Subtitle && !item.value.empty()) text += " = " + Quote(item.value);
+      Echo(text + " (" + StateWords(item) + ")");
+    }
   }
 
   void Goto(const ScriptLine& line) {
