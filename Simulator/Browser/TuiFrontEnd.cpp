@@ -249,7 +249,7 @@ void TuiFrontEnd::Draw() {
   const std::wstring title = Wide(view.frontPage ? u"Setup Utility" : view.formSetTitle);
   Put(stdscr, 0, std::max(0, (width - Width(title)) / 2), title, width);
   attroff(COLOR_PAIR(kTitle));
-  if (!view.frontPage) {
+  if (!view.frontPage && view.title != view.formSetTitle) {
     attron(A_BOLD);
     const std::wstring formTitle = Wide(view.title);
     Put(stdscr, 1, std::max(0, (width - Width(formTitle)) / 2), formTitle, width);
@@ -279,26 +279,31 @@ void TuiFrontEnd::DrawItems(const FormView& view, int top, int bottom, int split
   const std::size_t position = at == rows.end() ? 0 : static_cast<std::size_t>(at - rows.begin());
   if (position < firstRow_) firstRow_ = position;
   if (position >= firstRow_ + visible) firstRow_ = position - visible + 1;
-  const int promptColumns = std::max(10, split / 2 - 2);
-  const int valueColumn = 2 + promptColumns + 1;
-  for (std::size_t r = firstRow_; r < rows.size() && r < firstRow_ + visible; ++r) {
-    const ItemView& item = view.items[rows[r]];
-    const int y = top + static_cast<int>(r - firstRow_);
-    std::wstring prompt = Wide(item.prompt);
-    std::wstring value;
+  auto valueOf = [](const ItemView& item) -> std::wstring {
     switch (item.kind) {
       case ItemKind::Numeric:
       case ItemKind::OneOf:
       case ItemKind::String:
       case ItemKind::Date:
       case ItemKind::Time:
-      case ItemKind::OrderedList: value = L"[" + Wide(item.value) + L"]"; break;
-      case ItemKind::Checkbox: value = item.checked ? L"[X]" : L"[ ]"; break;
-      case ItemKind::Text: value = Wide(item.value); break;
-      case ItemKind::Link:
-      case ItemKind::FormSet: prompt = L"> " + prompt; break;
-      default: break;
+      case ItemKind::OrderedList: return L"[" + Wide(item.value) + L"]";
+      case ItemKind::Checkbox: return item.checked ? L"[X]" : L"[ ]";
+      case ItemKind::Text: return Wide(item.value);
+      default: return {};
     }
+  };
+  // Values take what the longest one needs (at most half the pane); prompts the rest.
+  int valueColumns = 8;
+  for (std::size_t index : rows) valueColumns = std::max(valueColumns, Width(valueOf(view.items[index])));
+  valueColumns = std::min(valueColumns, split / 2);
+  const int valueColumn = split - 1 - valueColumns;
+  const int promptColumns = valueColumn - 3;
+  for (std::size_t r = firstRow_; r < rows.size() && r < firstRow_ + visible; ++r) {
+    const ItemView& item = view.items[rows[r]];
+    const int y = top + static_cast<int>(r - firstRow_);
+    std::wstring prompt = Wide(item.prompt);
+    const std::wstring value = valueOf(item);
+    if (item.kind == ItemKind::Link || item.kind == ItemKind::FormSet) prompt = L"> " + prompt;
     attr_t attributes = COLOR_PAIR(kBody);
     if (item.kind == ItemKind::Subtitle) attributes = COLOR_PAIR(kSubtitle) | A_BOLD;
     if (item.grayed) attributes = COLOR_PAIR(kGrayed);
