@@ -345,6 +345,7 @@ CONST SCENARIO  mScenarios[] = {
   { "perf-profile-sync", 2, PerfProfileSync  },
   { "hii-sample",        1, HiiSampleScenario },
   { "vendor-modules",    1, VendorModules    },
+  { "setup-form-set",    1, SetupFormSet     },
 };
 
 }  // namespace

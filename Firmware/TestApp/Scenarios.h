@@ -27,6 +27,12 @@ VendorModules (
   IN UINT32  Boot
   );
 
+// The setup form set in OVMF's HII services (SetupFormScenario.cpp).
+SCENARIO_RESULT
+SetupFormSet (
+  IN UINT32  Boot
+  );
+
 // The scenario of that name, or NULL.
 CONST SCENARIO *
 FindScenario (
