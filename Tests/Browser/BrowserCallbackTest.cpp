@@ -196,5 +196,37 @@ TEST_F(BrowserTest, GetBrowserDataInCallback_SeesUnsavedEdits) {
   EXPECT_EQ(driver_.sample.Scope, 0) << "nothing reached the driver's own store";
 }
 
+TEST_F(BrowserTest, SendFormFromCallback_RunsTheFormUntilTheUserLeavesIt) {
+  EFI_STATUS sent = EFI_NOT_STARTED;
+  EFI_BROWSER_ACTION_REQUEST request = 99;
+  driver_.onCallback = [&](const DriverCall& call, EFI_IFR_TYPE_VALUE*, EFI_BROWSER_ACTION_REQUEST*) {
+    if (call.action != EFI_BROWSER_ACTION_CHANGING || call.question != QID_APPLY) return EFI_UNSUPPORTED;
+    sent = driver_.SendForm(FORM_REGIONS, &request);
+    return EFI_SUCCESS;
+  };
+  BootIntoSetup();
+  Run("goto \"Browser Sample\"\n"
+      "press \"Press to Apply\"\n"
+      "expect form \"Regions\"\n"
+      "expect \"Region 1\" shown\n"
+      "back\n"
+      "expect form \"Browser Sample\"");
+  EXPECT_EQ(sent, EFI_SUCCESS);
+  EXPECT_EQ(request, EFI_BROWSER_ACTION_REQUEST_NONE);
+}
+
+TEST_F(BrowserTest, BrowserDataOutsideAFormSet_NotAvailable) {
+  BootIntoSetup();
+  BROWSER_SAMPLE_VAR seen{};
+  EXPECT_FALSE(driver_.ReadSample(seen)) << "on the front page";
+  EXPECT_FALSE(driver_.SetPageData(1, 1));
+}
+
+TEST_F(BrowserTest, AskingBoxWithoutFrontEnd_AnswersStop) {
+  BootIntoSetup();
+  EXPECT_EQ(driver_.ShowBox(u"Warning", u"Go on?", 3), 1);
+  EXPECT_EQ(driver_.ShowBox(u"Warning", u"Not a box type", 2), 0xFF) << "nothing shown, nothing chosen";
+}
+
 }  // namespace
 }  // namespace browsertest

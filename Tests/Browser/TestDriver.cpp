@@ -7,6 +7,7 @@
 #include <Library/UefiBootServicesTableLib.h>
 #include <Library/UefiDriverEntryPoint.h>
 #include <Protocol/DevicePath.h>
+#include <Protocol/FormBrowser2.h>
 #include <Protocol/HiiConfigRouting.h>
 #include <Protocol/PostMessage.h>
 
@@ -164,6 +165,14 @@ UINT8 TestDriver::ShowBox(const char16_t* title, const char16_t* text, UINT8 box
   UINT8 selection = 0xFF;
   post->DisplayMessageBox(title, text, boxType, &selection);
   return selection;
+}
+
+EFI_STATUS TestDriver::SendForm(EFI_FORM_ID form, EFI_BROWSER_ACTION_REQUEST* request) {
+  void* found = nullptr;
+  if (EFI_ERROR(gBS->LocateProtocol(&gEfiFormBrowser2ProtocolGuid, nullptr, &found))) return EFI_NOT_FOUND;
+  auto* browser = static_cast<EFI_FORM_BROWSER2_PROTOCOL*>(found);
+  EFI_GUID guid = kFormSetGuid;
+  return browser->SendForm(browser, &hiiHandle_, 1, &guid, form, nullptr, request);
 }
 
 }  // namespace browsertest

@@ -59,6 +59,8 @@ class TestDriver {
   bool ReadSample(BROWSER_SAMPLE_VAR& out);
   EFI_STATUS AddDetailsLines();
   UINT8 ShowBox(const char16_t* title, const char16_t* text, UINT8 boxType);
+  // SendForm on this driver's form set at `form`; the browser's answer in *request.
+  EFI_STATUS SendForm(EFI_FORM_ID form, EFI_BROWSER_ACTION_REQUEST* request);
 
  private:
   struct Instance {
