@@ -1,4 +1,4 @@
-#include "Inspector.hpp"
+#include "ClientProbe.hpp"
 
 #include <cstdio>
 #include <cstring>
@@ -39,20 +39,20 @@ std::string Inspection::Capacity(std::uint64_t bytes) const {
   return found != capacityTexts.end() ? found->second : std::to_string(bytes) + " B";
 }
 
-std::filesystem::path InspectorImagePath() { return CARVEX_SIM_CarvexInspector; }
+std::filesystem::path ClientProbeImagePath() { return CARVEX_SIM_CarvexClientProbe; }
 
-Inspector::Inspector(Machine& machine)
-    : protocol_(static_cast<CARVEX_INSPECTOR_PROTOCOL*>(machine.Protocols().FirstInterface(gCarvexInspectorProtocolGuid))) {
-  if (protocol_ == nullptr || protocol_->Revision < CARVEX_INSPECTOR_REVISION) {
-    throw std::runtime_error(std::string("the ") + kInspectorImage + " image is not loaded in this boot");
+ClientProbe::ClientProbe(Machine& machine)
+    : protocol_(static_cast<CARVEX_CLIENT_PROBE_PROTOCOL*>(machine.Protocols().FirstInterface(gCarvexClientProbeProtocolGuid))) {
+  if (protocol_ == nullptr || protocol_->Revision < CARVEX_CLIENT_PROBE_REVISION) {
+    throw std::runtime_error(std::string("the ") + kClientProbeImage + " image is not loaded in this boot");
   }
 }
 
-void Inspector::Record(Inspection& inspection, const char* function, EFI_STATUS status) {
+void ClientProbe::Record(Inspection& inspection, const char* function, EFI_STATUS status) {
   inspection.calls.push_back(ClientCall{function, status});
 }
 
-std::string Inspector::CapacityText(Inspection& inspection, std::uint64_t bytes) {
+std::string ClientProbe::CapacityText(Inspection& inspection, std::uint64_t bytes) {
   auto found = inspection.capacityTexts.find(bytes);
   if (found != inspection.capacityTexts.end()) return found->second;
   CHAR16 buffer[CAPACITY_TEXT_CHARS] = {};
@@ -64,9 +64,9 @@ std::string Inspector::CapacityText(Inspection& inspection, std::uint64_t bytes)
   return text;
 }
 
-Inspection Inspector::Read() {
+Inspection ClientProbe::Read() {
   Inspection inspection;
-  CARVEX_INSPECTOR_PROTOCOL& client = *protocol_;
+  CARVEX_CLIENT_PROBE_PROTOCOL& client = *protocol_;
 
   inspection.dimmCount = client.GetDimmCount();
   Record(inspection, "GetDimmCount", EFI_SUCCESS);

@@ -1,4 +1,4 @@
-// The host side of the inspector image: within a boot, calls the driver's
+// The host side of the probe image: within a boot, calls the driver's
 // client functions that the image publishes and keeps what they report,
 // with the capacity texts the driver itself would show.
 #pragma once
@@ -9,14 +9,14 @@
 #include <string>
 #include <vector>
 
-#include "Inspector/CarvexInspector.h"
+#include "ClientProbe/CarvexClientProbe.h"
 #include "Platform/Machine.hpp"
 
 namespace carvex::sim::devices {
 
-inline constexpr const char* kInspectorImage = "CarvexInspector";
+inline constexpr const char* kClientProbeImage = "CarvexClientProbe";
 // The image as this build produced it; list it after CarvexDxe.
-std::filesystem::path InspectorImagePath();
+std::filesystem::path ClientProbeImagePath();
 
 struct ClientCall {
   std::string function;
@@ -72,13 +72,13 @@ struct Inspection {
   std::string Capacity(std::uint64_t bytes) const;
 };
 
-class Inspector {
+class ClientProbe {
  public:
-  // The inspector published in the machine's current boot; throws
+  // The probe published in the machine's current boot; throws
   // std::runtime_error when the image is not loaded.
-  explicit Inspector(Machine& machine);
+  explicit ClientProbe(Machine& machine);
 
-  CARVEX_INSPECTOR_PROTOCOL& Protocol() { return *protocol_; }
+  CARVEX_CLIENT_PROBE_PROTOCOL& Protocol() { return *protocol_; }
   // Calls every query of the client layer once, in the order a setup page
   // would, and frees what they hand out.
   Inspection Read();
@@ -87,7 +87,7 @@ class Inspector {
   void Record(Inspection& inspection, const char* function, EFI_STATUS status);
   std::string CapacityText(Inspection& inspection, std::uint64_t bytes);
 
-  CARVEX_INSPECTOR_PROTOCOL* protocol_;
+  CARVEX_CLIENT_PROBE_PROTOCOL* protocol_;
 };
 
 }  // namespace carvex::sim::devices

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "Bmc/BmcModel.h"
-#include "Devices/Inspector.hpp"
+#include "Devices/ClientProbe.hpp"
 
 namespace carvex::sim::cli {
 

@@ -20,7 +20,7 @@ std::uint64_t ParseMask(const std::string& text) {
 
 }  // namespace
 
-SimMachine::SimMachine(const CommonOptions& options, bool withInspector, std::ostream& notes) {
+SimMachine::SimMachine(const CommonOptions& options, bool withClientProbe, std::ostream& notes) {
   if (options.fresh) {
     std::filesystem::remove_all(options.stateDir);
   }
@@ -35,8 +35,8 @@ SimMachine::SimMachine(const CommonOptions& options, bool withInspector, std::os
   settings.images.emplace_back(CARVEX_SIM_BmcVeskDxe);
 #endif
   settings.images.emplace_back(CARVEX_SIM_CarvexDxe);
-  if (withInspector) {
-    settings.images.push_back(devices::InspectorImagePath());
+  if (withClientProbe) {
+    settings.images.push_back(devices::ClientProbeImagePath());
   }
 
   // A platform file describes a new machine; one in the state directory
@@ -56,7 +56,7 @@ SimMachine::SimMachine(const CommonOptions& options, bool withInspector, std::os
   origin_ = devices_->Continued()         ? "continued from " + devices_->StateFile().string()
             : !options.platformFile.empty() ? "new machine from " + options.platformFile.string()
                                             : "new machine from the embedded board";
-  if (withInspector) {
+  if (withClientProbe) {
     machine_->OnStage(BootStage::EndOfPost, [this](Machine& machine) { Inspect(machine); });
   }
 }
@@ -67,7 +67,7 @@ void SimMachine::Inspect(Machine& machine) {
   const UINT32 mask = machine.Settings().displayMask;
   machine.SetDisplay(nullptr, 0);
   try {
-    inspection_ = devices::Inspector(machine).Read();
+    inspection_ = devices::ClientProbe(machine).Read();
     inspectionError_.clear();
   } catch (const std::exception& error) {
     inspection_.reset();

@@ -1,5 +1,5 @@
 // The machine carvex-sim boots: the platform with its images, the devices
-// kept in the state directory, and (for the module views) the inspector,
+// kept in the state directory, and (for the module views) the probe,
 // which reads the client layer at the end of POST.
 #pragma once
 
@@ -10,7 +10,7 @@
 
 #include "BootCommand.hpp"
 #include "Devices/DevicePlatform.hpp"
-#include "Devices/Inspector.hpp"
+#include "Devices/ClientProbe.hpp"
 #include "Platform/Machine.hpp"
 
 namespace carvex::sim::cli {
@@ -19,13 +19,13 @@ class SimMachine {
  public:
   // Applies --fresh, --platform, --capability-mask and --no-vendor-driver.
   // Notes for the person (a platform file ignored) go to `notes`.
-  SimMachine(const CommonOptions& options, bool withInspector, std::ostream& notes);
+  SimMachine(const CommonOptions& options, bool withClientProbe, std::ostream& notes);
 
   Machine& machine() { return *machine_; }
   devices::DevicePlatform& devices() { return *devices_; }
   // Where the devices' state came from, for the summary.
   const std::string& Origin() const { return origin_; }
-  // The last boot's reading of the client layer, if the inspector ran.
+  // The last boot's reading of the client layer, if the probe ran.
   const std::optional<devices::Inspection>& Inspection() const { return inspection_; }
   const std::string& InspectionError() const { return inspectionError_; }
 

@@ -1,5 +1,5 @@
 // Allocation-failure sweep over a whole boot that calls every client
-// function of the driver through the inspector: the n-th pool allocation of
+// function of the driver through the probe: the n-th pool allocation of
 // the image fails, for n = 1, 2, ... until the boot no longer reaches it.
 // Every run must end without a crash, a platform report, an assertion or
 // pool left behind (beyond what a clean boot keeps until its end: the
@@ -18,7 +18,7 @@
 namespace carvex::test {
 namespace {
 
-using sim::devices::Inspector;
+using sim::devices::ClientProbe;
 
 // Two processors, two modules each: two Locked modules whose passphrase the
 // controller holds, a module that scrubs from every boot.
@@ -36,8 +36,8 @@ const char* const kBoard = R"({
 
 // Every client function once, in an order where each has work to do; the
 // status of each call is kept.
-std::vector<EFI_STATUS> CallEveryClientFunction(Inspector& inspector) {
-  CARVEX_INSPECTOR_PROTOCOL& c = inspector.Protocol();
+std::vector<EFI_STATUS> CallEveryClientFunction(ClientProbe& probe) {
+  CARVEX_CLIENT_PROBE_PROTOCOL& c = probe.Protocol();
   std::vector<EFI_STATUS> statuses;
   auto keep = [&](EFI_STATUS status) { statuses.push_back(status); };
 
@@ -140,23 +140,23 @@ struct SweepRun {
 
 SweepRun RunWithFailure(std::optional<std::uint64_t> nth) {
   DeviceMachine machine(kBoard);
-  if (nth) machine.machine().Faults().FailNthAllocation(sim::devices::kInspectorImage, *nth);
+  if (nth) machine.machine().Faults().FailNthAllocation(sim::devices::kClientProbeImage, *nth);
   const std::size_t firstLine = machine.machine().Log().Lines().size();
   SweepRun run;
-  run.record = machine.Boot([&](Inspector& inspector) {
-    for (EFI_STATUS status : CallEveryClientFunction(inspector)) run.failedStatus |= EFI_ERROR(status);
+  run.record = machine.Boot([&](ClientProbe& probe) {
+    for (EFI_STATUS status : CallEveryClientFunction(probe)) run.failedStatus |= EFI_ERROR(status);
   });
   run.injected = machine.machine().Faults().InjectedAllocationFailures();
   const auto& lines = machine.machine().Log().Lines();
   for (std::size_t index = firstLine; index < lines.size(); ++index) {
-    run.errorLogged |= lines[index].image == sim::devices::kInspectorImage && (lines[index].level & DEBUG_ERROR) != 0;
+    run.errorLogged |= lines[index].image == sim::devices::kClientProbeImage && (lines[index].level & DEBUG_ERROR) != 0;
   }
   run.reports = machine.machine().Log().Reports();
   run.assertions = machine.machine().Debug().Assertions().size();
   return run;
 }
 
-TEST (ClientSweepTest, EveryInspectorAllocationFailing_NoCrashLeakOrSilentFailure) {
+TEST (ClientSweepTest, EveryClientProbeAllocationFailing_NoCrashLeakOrSilentFailure) {
   // The run without faults is the baseline: everything succeeds and every
   // allocation is returned.
   const SweepRun clean = RunWithFailure(std::nullopt);
@@ -164,7 +164,7 @@ TEST (ClientSweepTest, EveryInspectorAllocationFailing_NoCrashLeakOrSilentFailur
   // Only the unlock outcome table lives to the end of the boot.
   ASSERT_LE(clean.record.leaks.leaks.size(), 1u) << clean.record.leaks.Format();
   ASSERT_TRUE(clean.reports.empty());
-  const std::uint64_t allocations = clean.record.pool.at(sim::devices::kInspectorImage).allocations;
+  const std::uint64_t allocations = clean.record.pool.at(sim::devices::kClientProbeImage).allocations;
   ASSERT_GT(allocations, 20u);
 
   std::uint64_t nth = 1;

@@ -38,18 +38,18 @@ DeviceMachine::~DeviceMachine() {
 void DeviceMachine::Build(std::optional<sim::devices::DeviceState> initial) {
   sim::PlatformSettings settings;
   settings.images = {CARVEX_TEST_NvmDimmVendorDxe, CARVEX_TEST_BmcVeskDxe, CARVEX_TEST_CarvexDxe,
-                     sim::devices::InspectorImagePath()};
+                     sim::devices::ClientProbeImagePath()};
   machine_ = std::make_unique<sim::Machine>(state_, settings);
   devices_ = std::make_unique<sim::devices::DevicePlatform>(*machine_, std::move(initial));
   machine_->OnStage(sim::BootStage::EndOfPost, [this](sim::Machine& machine) {
     if (hook_) {
-      sim::devices::Inspector inspector(machine);
-      hook_(inspector);
+      sim::devices::ClientProbe probe(machine);
+      hook_(probe);
     }
   });
 }
 
-sim::BootRecord DeviceMachine::Boot(const std::function<void(sim::devices::Inspector&)>& atEndOfPost) {
+sim::BootRecord DeviceMachine::Boot(const std::function<void(sim::devices::ClientProbe&)>& atEndOfPost) {
   hook_ = atEndOfPost;
   sim::BootSummary summary = machine_->RunBoot();
   hook_ = nullptr;
@@ -61,7 +61,7 @@ sim::BootRecord DeviceMachine::Boot(const std::function<void(sim::devices::Inspe
 
 sim::devices::Inspection DeviceMachine::Inspect() {
   sim::devices::Inspection inspection;
-  Boot([&](sim::devices::Inspector& inspector) { inspection = inspector.Read(); });
+  Boot([&](sim::devices::ClientProbe& probe) { inspection = probe.Read(); });
   return inspection;
 }
 

@@ -1,5 +1,5 @@
 // A machine with the module vendor's and the controller's images over the
-// host's device models, the driver and the inspector, in a state directory
+// host's device models, the driver and the probe, in a state directory
 // that outlives the machine: Reopen() is the next run of carvex-sim.
 #pragma once
 
@@ -10,7 +10,7 @@
 #include <string>
 
 #include "Devices/DevicePlatform.hpp"
-#include "Devices/Inspector.hpp"
+#include "Devices/ClientProbe.hpp"
 #include "Devices/PlatformFile.hpp"
 #include "Platform/Machine.hpp"
 
@@ -27,10 +27,10 @@ class DeviceMachine {
   sim::devices::DevicePlatform& devices() { return *devices_; }
   const std::filesystem::path& StateDirectory() const { return state_; }
 
-  // One whole boot; `atEndOfPost` runs with the inspector once the driver's
+  // One whole boot; `atEndOfPost` runs with the probe once the driver's
   // end-of-POST work is done. A platform report (misuse the platform
   // detected) fails the test. Returns the boot's record.
-  sim::BootRecord Boot(const std::function<void(sim::devices::Inspector&)>& atEndOfPost = {});
+  sim::BootRecord Boot(const std::function<void(sim::devices::ClientProbe&)>& atEndOfPost = {});
   // One whole boot that reads the client layer at the end of POST.
   sim::devices::Inspection Inspect();
 
@@ -43,7 +43,7 @@ class DeviceMachine {
   std::filesystem::path state_;
   std::unique_ptr<sim::Machine> machine_;
   std::unique_ptr<sim::devices::DevicePlatform> devices_;
-  std::function<void(sim::devices::Inspector&)> hook_;
+  std::function<void(sim::devices::ClientProbe&)> hook_;
 };
 
 }  // namespace carvex::test

@@ -15,7 +15,7 @@ namespace carvex::test {
 namespace {
 
 using sim::devices::Inspection;
-using sim::devices::Inspector;
+using sim::devices::ClientProbe;
 
 constexpr std::uint64_t kGiB = 1ull << 30;
 
@@ -37,14 +37,14 @@ std::size_t RegionsOfType(const Inspection& inspection, std::uint16_t socket, st
 TEST (ModuleStateTest, GoalCreatedInOneBoot_PendingUntilNextBootThenRegionsReformed) {
   DeviceMachine machine;
   Inspection before;
-  machine.Boot([&](Inspector& inspector) {
+  machine.Boot([&](ClientProbe& probe) {
     UINT16 socket = 1;
     UINT16 nvmStatus = 0xFFFF;
-    ASSERT_EQ(inspector.Protocol().CreateGoal(nullptr, 0, &socket, 1, GOAL_MEMORY_TYPE_APP_DIRECT_NOT_INTERLEAVED, 50,
+    ASSERT_EQ(probe.Protocol().CreateGoal(nullptr, 0, &socket, 1, GOAL_MEMORY_TYPE_APP_DIRECT_NOT_INTERLEAVED, 50,
                                               &nvmStatus),
               EFI_SUCCESS);
     EXPECT_EQ(nvmStatus, NVM_SUCCESS);
-    before = inspector.Read();
+    before = probe.Read();
   });
   // Pending: reported, but the modules and regions are as they were.
   ASSERT_EQ(before.goals.size(), 6u);
@@ -71,14 +71,14 @@ TEST (ModuleStateTest, GoalCreatedInOneBoot_PendingUntilNextBootThenRegionsRefor
 TEST (ModuleStateTest, SecurityEnabled_UnlockedThisBootLockedAfterRebootAndInNewMachine) {
   DeviceMachine machine;
   Inspection enabled;
-  machine.Boot([&](Inspector& inspector) {
+  machine.Boot([&](ClientProbe& probe) {
     UINT16 dimm = 3;
     CHAR16 passphrase[] = u"Carvex-Pass1";
     UINT16 nvmStatus = 0xFFFF;
-    ASSERT_EQ(inspector.Protocol().SetSystemSecurityState(&dimm, 1, SECURITY_OPERATION_ENABLE, nullptr, passphrase,
+    ASSERT_EQ(probe.Protocol().SetSystemSecurityState(&dimm, 1, SECURITY_OPERATION_ENABLE, nullptr, passphrase,
                                                           &nvmStatus),
               EFI_SUCCESS);
-    enabled = inspector.Read();
+    enabled = probe.Read();
   });
   EXPECT_EQ(Module(enabled, 3).SecurityState, DIMM_SECURITY_STATE_UNLOCKED);
   EXPECT_EQ(enabled.securityState, DIMM_SECURITY_STATE_MIXED);
@@ -94,13 +94,13 @@ TEST (ModuleStateTest, SecurityEnabled_UnlockedThisBootLockedAfterRebootAndInNew
   EXPECT_TRUE(machine.devices().Continued());
   EFI_STATUS unlock = EFI_NOT_STARTED;
   Inspection unlocked;
-  machine.Boot([&](Inspector& inspector) {
+  machine.Boot([&](ClientProbe& probe) {
     UINT16 dimm = 3;
     CHAR16 passphrase[] = u"Carvex-Pass1";
     UINT16 nvmStatus = 0;
-    unlock = inspector.Protocol().SetSystemSecurityState(&dimm, 1, SECURITY_OPERATION_UNLOCK, passphrase, nullptr,
+    unlock = probe.Protocol().SetSystemSecurityState(&dimm, 1, SECURITY_OPERATION_UNLOCK, passphrase, nullptr,
                                                          &nvmStatus);
-    unlocked = inspector.Read();
+    unlocked = probe.Read();
   });
   EXPECT_EQ(unlock, EFI_SUCCESS);
   EXPECT_EQ(Module(unlocked, 3).SecurityState, DIMM_SECURITY_STATE_UNLOCKED);
@@ -108,12 +108,12 @@ TEST (ModuleStateTest, SecurityEnabled_UnlockedThisBootLockedAfterRebootAndInNew
 
 TEST (ModuleStateTest, NewMachineOnSameDirectory_ContinuesGoalsAuditAndBootCount) {
   DeviceMachine machine;
-  machine.Boot([](Inspector& inspector) {
+  machine.Boot([](ClientProbe& probe) {
     UINT16 dimm = 1;
     UINT16 nvmStatus = 0;
-    ASSERT_EQ(inspector.Protocol().CreateGoal(&dimm, 1, nullptr, 0, GOAL_MEMORY_TYPE_APP_DIRECT, 25, &nvmStatus),
+    ASSERT_EQ(probe.Protocol().CreateGoal(&dimm, 1, nullptr, 0, GOAL_MEMORY_TYPE_APP_DIRECT, 25, &nvmStatus),
               EFI_SUCCESS);
-    ASSERT_EQ(inspector.Protocol().AuditLog(AUDIT_LOG_TYPE_DCPMM, AUDIT_LOG_ID_NO_PASSPHRASE), EFI_SUCCESS);
+    ASSERT_EQ(probe.Protocol().AuditLog(AUDIT_LOG_TYPE_DCPMM, AUDIT_LOG_ID_NO_PASSPHRASE), EFI_SUCCESS);
   });
   const UINT32 bootCount = machine.devices().Nvm().BootCount;
 

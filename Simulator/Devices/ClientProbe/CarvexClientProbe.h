@@ -1,15 +1,15 @@
 /** @file
-  The inspector: a host-only image that links the driver's module management
+  The probe: a host-only image that links the driver's module management
   client and publishes its functions, so that the simulator can show and
   exercise what the client layer reports in a real boot. The driver itself
-  exports none of these; each boot loads the inspector anew, so the client
+  exports none of these; each boot loads the probe anew, so the client
   layer's caches live for one boot, as in the driver.
 
   The members are the client functions themselves (same arguments and
   results), plus the image's own FreePool for what they hand out.
 **/
-#ifndef CARVEX_INSPECTOR_H_
-#define CARVEX_INSPECTOR_H_
+#ifndef CARVEX_CLIENT_PROBE_H_
+#define CARVEX_CLIENT_PROBE_H_
 
 #include <Uefi.h>
 #include <NvmDimmRecords.h>
@@ -20,12 +20,12 @@
 #include <NvmDimmConfig/Namespaces.h>
 #include <NvmDimmConfig/Regions.h>
 
-CARVEX_GUID_DEFINE (gCarvexInspectorProtocolGuid, 0x3A6F0C2E, 0x71B4, 0x4D59, 0x8E, 0x13, 0xC2, 0x5B, 0x90, 0x4F, 0x6D, 0xA7);
+CARVEX_GUID_DEFINE (gCarvexClientProbeProtocolGuid, 0x3A6F0C2E, 0x71B4, 0x4D59, 0x8E, 0x13, 0xC2, 0x5B, 0x90, 0x4F, 0x6D, 0xA7);
 
-#define CARVEX_INSPECTOR_REVISION  2
+#define CARVEX_CLIENT_PROBE_REVISION  2
 
 typedef struct {
-  UINT32    Revision;  // CARVEX_INSPECTOR_REVISION
+  UINT32    Revision;  // CARVEX_CLIENT_PROBE_REVISION
   UINT32    Reserved;
 
   // Inventory and capacity totals.
@@ -74,6 +74,6 @@ typedef struct {
 
   // Frees what the members above allocated.
   VOID (EFIAPI *FreePool)(IN VOID *Buffer);
-} CARVEX_INSPECTOR_PROTOCOL;
+} CARVEX_CLIENT_PROBE_PROTOCOL;
 
 #endif

@@ -1,8 +1,8 @@
 /** @file
-  The inspector image: publishes the driver's client functions (linked in
+  The probe image: publishes the driver's client functions (linked in
   from the driver library) on a handle of its own.
 **/
-#include "CarvexInspector.h"
+#include "CarvexClientProbe.h"
 #include <Bmc/AuditLog.h>
 #include <NvmDimmConfig/CarvexConfig.h>
 #include <Library/MemoryAllocationLib.h>
@@ -12,7 +12,7 @@
 STATIC
 VOID
 EFIAPI
-InspectorFreePool (
+ClientProbeFreePool (
   IN VOID  *Buffer
   )
 {
@@ -21,8 +21,8 @@ InspectorFreePool (
   }
 }
 
-STATIC CARVEX_INSPECTOR_PROTOCOL  mInspector = {
-  CARVEX_INSPECTOR_REVISION,
+STATIC CARVEX_CLIENT_PROBE_PROTOCOL  mClientProbe = {
+  CARVEX_CLIENT_PROBE_REVISION,
   0,
   GetDimmCount,
   GetDimms,
@@ -56,7 +56,7 @@ STATIC CARVEX_INSPECTOR_PROTOCOL  mInspector = {
   ConvertFwVersion,
   ConvertPersistentMemoryTypeToStr,
   AuditLog,
-  InspectorFreePool,
+  ClientProbeFreePool,
 };
 
 VOID
@@ -81,5 +81,5 @@ ProcessModuleEntryPointList (
   (VOID)ImageHandle;
   (VOID)SystemTable;
   Handle = NULL;
-  return gBS->InstallProtocolInterface (&Handle, &gCarvexInspectorProtocolGuid, EFI_NATIVE_INTERFACE, &mInspector);
+  return gBS->InstallProtocolInterface (&Handle, &gCarvexClientProbeProtocolGuid, EFI_NATIVE_INTERFACE, &mClientProbe);
 }
