@@ -93,11 +93,11 @@ Outcome FormBrowser::Discard() {
   return Outcome{};
 }
 
-Outcome FormBrowser::LoadDefaults() {
+Outcome FormBrowser::LoadDefaults(EFI_DEFAULT_ID defaultId) {
   std::vector<FormSetSession*> all;
   for (const auto& session : sessions_) all.push_back(session.get());
   for (FormSetSession* session : all) {
-    ApplyDefaults(*session, EFI_HII_DEFAULT_CLASS_STANDARD, true, std::nullopt);
+    ApplyDefaults(*session, defaultId, true, std::nullopt);
     RefreshIfUpdated(*session);
   }
   if (services_.leaveSetup) services_.leaveSetup(LeaveKind::Defaults);

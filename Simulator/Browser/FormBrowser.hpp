@@ -160,7 +160,8 @@ class FormBrowser {
 
   Outcome Save();
   Outcome Discard();
-  Outcome LoadDefaults();
+  // Standard defaults unless another default store is named.
+  Outcome LoadDefaults(EFI_DEFAULT_ID defaultId = EFI_HII_DEFAULT_CLASS_STANDARD);
   bool HasUnsavedChanges() const;
   // Ends the setup session: what is still unsaved is discarded (raising the
   // discard event) unless a save or discard already ended the work.

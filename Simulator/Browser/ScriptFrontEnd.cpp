@@ -176,7 +176,7 @@ class Runner final : public BrowserUi {
     else if (command == "expect") Expect(line);
     else if (command == "save") Report(line, browser_.Save());
     else if (command == "discard") Report(line, browser_.Discard());
-    else if (command == "defaults") Report(line, browser_.LoadDefaults());
+    else if (command == "defaults") Defaults(line);
     else if (command == "language" && line.tokens.size() == 2) browser_.SetLanguage(line.tokens[1].text);
     else if (command == "show") Show();
     else Fail(line.number, "unknown command " + Quote(command));
@@ -253,6 +253,16 @@ class Runner final : public BrowserUi {
       if (item.kind != ItemKind::Subtitle && !item.value.empty()) text += " = " + Quote(item.value);
       Echo(text + " (" + StateWords(item) + ")");
     }
+  }
+
+  void Defaults(const ScriptLine& line) {
+    const std::string store = line.tokens.size() > 1 ? line.tokens[1].text : "standard";
+    if (line.tokens.size() > 2 || (store != "standard" && store != "manufacturing")) {
+      Fail(line.number, "usage: defaults [standard|manufacturing]");
+      return;
+    }
+    Report(line, browser_.LoadDefaults(store == "standard" ? EFI_HII_DEFAULT_CLASS_STANDARD
+                                                            : EFI_HII_DEFAULT_CLASS_MANUFACTURING));
   }
 
   void Goto(const ScriptLine& line) {

@@ -79,6 +79,18 @@ TEST_F(BrowserTest, LoadDefaults_EachKindOfDefault) {
   EXPECT_EQ(SetupSlots(), std::vector<unsigned>{5});
 }
 
+TEST_F(BrowserTest, ManufacturingDefaults_ThenTheStandardOnesWhereNoneIsGiven) {
+  driver_.sample.Scope = 1;
+  BootIntoSetup();
+  Run("goto \"Browser Sample\"\n"
+      "defaults manufacturing\n"
+      "expect \"Extra Setting\" = 5\n"
+      "expect \"Scope\" = Platform\n"
+      "expect \"Enable Feature\" checked\n"
+      "expect \"Threshold [%]\" = 10");
+  EXPECT_EQ(ActionsOf(QID_ENABLED).back(), EFI_BROWSER_ACTION_DEFAULT_MANUFACTURING);
+}
+
 TEST_F(BrowserTest, DefaultCallbackAnswer_WinsOverTheFormsDefault) {
   driver_.onCallback = [](const DriverCall& call, EFI_IFR_TYPE_VALUE* value, EFI_BROWSER_ACTION_REQUEST*) {
     if (call.action != EFI_BROWSER_ACTION_DEFAULT_STANDARD || call.question != QID_THRESHOLD) return EFI_UNSUPPORTED;
