@@ -16,10 +16,11 @@ EFI_STATUS FormBrowser::BrowserCallback(UINTN* size, EFI_STRING data, bool retri
   if (size == nullptr || (data == nullptr && (!retrieve || *size != 0))) {
     return EFI_INVALID_PARAMETER;
   }
-  if (history_.empty()) {
+  FormSetSession* current = calling_ != nullptr ? calling_ : history_.empty() ? nullptr : history_.back().session;
+  if (current == nullptr) {
     return EFI_NOT_READY;
   }
-  FormSetSession& session = *history_.back().session;
+  FormSetSession& session = *current;
   Store* store = nullptr;
   if (guid == nullptr) {
     if (session.model.stores.empty()) return EFI_UNSUPPORTED;

@@ -37,6 +37,19 @@ std::string ActionName(EFI_BROWSER_ACTION action) {
   }
 }
 
+// Marks the form set whose driver runs, for as long as the call lasts.
+class CallingScope {
+ public:
+  CallingScope(FormSetSession*& slot, FormSetSession* session) : slot_(slot), previous_(slot) { slot_ = session; }
+  ~CallingScope() { slot_ = previous_; }
+  CallingScope(const CallingScope&) = delete;
+  CallingScope& operator=(const CallingScope&) = delete;
+
+ private:
+  FormSetSession*& slot_;
+  FormSetSession* previous_;
+};
+
 std::string Hex(unsigned value) {
   char text[16];
   std::snprintf(text, sizeof text, "0x%04x", value);
@@ -186,8 +199,11 @@ EFI_STATUS FormBrowser::Call(FormSetSession& session, EFI_BROWSER_ACTION action,
       break;
   }
   EFI_BROWSER_ACTION_REQUEST answer = EFI_BROWSER_ACTION_REQUEST_NONE;
-  const EFI_STATUS status =
-      session.access->Callback(session.access, action, question.questionId, type, pointer, &answer);
+  EFI_STATUS status = EFI_SUCCESS;
+  {
+    const CallingScope calling(calling_, &session);
+    status = session.access->Callback(session.access, action, question.questionId, type, pointer, &answer);
+  }
   Trace("callback " + ActionName(action) + " question " + Hex(question.questionId) + ": " + StatusText(status));
   if (!EFI_ERROR(status)) {
     switch (type) {
@@ -274,8 +290,12 @@ EFI_STATUS FormBrowser::CallPassword(FormSetSession& session, const Statement& q
   }
   const EFI_STRING_ID temporary = data.string;
   EFI_BROWSER_ACTION_REQUEST request = EFI_BROWSER_ACTION_REQUEST_NONE;
-  const EFI_STATUS status = session.access->Callback(session.access, EFI_BROWSER_ACTION_CHANGING,
-                                                     question.questionId, EFI_IFR_TYPE_STRING, &data, &request);
+  EFI_STATUS status = EFI_SUCCESS;
+  {
+    const CallingScope calling(calling_, &session);
+    status = session.access->Callback(session.access, EFI_BROWSER_ACTION_CHANGING, question.questionId,
+                                      EFI_IFR_TYPE_STRING, &data, &request);
+  }
   Trace("password callback question " + Hex(question.questionId) + (text ? "" : " (reset)") + ": " +
         StatusText(status));
   if (temporary != 0) {

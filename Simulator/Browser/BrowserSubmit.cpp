@@ -113,14 +113,14 @@ bool FormBrowser::HasUnsavedChanges() const {
 
 void FormBrowser::LeaveSetup() {
   const bool unsaved = HasUnsavedChanges();
+  std::vector<FormSetSession*> all;
+  for (const auto& session : sessions_) all.push_back(session.get());
+  for (FormSetSession* session : all) {
+    if (SessionChanged(*session)) DiscardSession(*session);
+  }
   Home();
-  if (unsaved || !leaveRaised_) {
-    std::vector<FormSetSession*> all;
-    for (const auto& session : sessions_) all.push_back(session.get());
-    for (FormSetSession* session : all) {
-      if (SessionChanged(*session)) DiscardSession(*session);
-    }
-    if (services_.leaveSetup) services_.leaveSetup(LeaveKind::Discard);
+  if ((unsaved || !leaveRaised_) && services_.leaveSetup) {
+    services_.leaveSetup(LeaveKind::Discard);
   }
   sessions_.clear();
   leaveRaised_ = false;

@@ -255,6 +255,9 @@ class FormBrowser {
   Instance instance_;
   std::vector<std::unique_ptr<FormSetSession>> sessions_;
   std::vector<Location> history_;
+  // The form set whose driver is being called: its stores are the ones
+  // BrowserCallback reaches, even when another form set is on screen.
+  FormSetSession* calling_ = nullptr;
   bool resetRequired_ = false;
   bool leaveRaised_ = false;  // a save or discard ended the work since the last change
 };

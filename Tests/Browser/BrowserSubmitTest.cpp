@@ -108,6 +108,21 @@ TEST_F(BrowserTest, ExtractFails_FormDefaultsShown) {
   Run("goto \"Browser Sample\"\nexpect \"Scope\" = Platform\nexpect \"Enable Feature\" checked");
 }
 
+TEST_F(BrowserTest, DiscardOnLeaving_DriverStillReachesItsStores) {
+  std::optional<int> enabledSeen;
+  driver_.onCallback = [&](const DriverCall& call, EFI_IFR_TYPE_VALUE*, EFI_BROWSER_ACTION_REQUEST*) {
+    BROWSER_SAMPLE_VAR seen{};
+    if (call.action == EFI_BROWSER_ACTION_CHANGED && call.question == QID_ENABLED && driver_.ReadSample(seen)) {
+      enabledSeen = seen.Enabled;
+    }
+    return EFI_UNSUPPORTED;
+  };
+  BootIntoSetup();
+  Run("goto \"Browser Sample\"\ncheck \"Enable Feature\"", true);
+  EXPECT_EQ(enabledSeen, 0) << "the discard's CHANGED could read the restored value";
+  EXPECT_EQ(SetupSlots(), std::vector<unsigned>{4});
+}
+
 TEST_F(BrowserTest, LeavingSetup_RaisesOneEventForTheSession) {
   BootIntoSetup();
   Run("goto \"Browser Sample\"\nset \"Scope\" Processor\nsave", true);
