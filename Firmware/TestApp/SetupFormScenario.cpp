@@ -5,79 +5,37 @@
   package list on the driver's handle as exported, the form sets the Device
   Manager would list, titles read back in several languages, and SetupVar
   extracted through OVMF's configuration router and checked against what
-  the vendor protocol reports.
-
-  The identities and the SetupVar offsets are written down here from the
-  driver's required behaviour, not taken from its headers, so that a wrong
-  GUID or layout there is caught.
+  the vendor protocol reports (SetupVarExtract.cpp).
 **/
-#include "Scenarios.h"
+#include "SetupFormScenario.h"
 #include "DebugLogSpy.h"
 #include "ExpectedVariables.h"
-#include "HiiConfigText.h"
-#include "HiiDatabaseWalk.h"
 #include "Platform.h"
 #include "TestReport.h"
 
 #include <CarvexSetupBin.h>
 #include <CarvexSetupStrings.h>
 #include <Library/DebugLib.h>
-#include <NvmDimmRecords.h>
 #include <Protocol/DevicePath.h>
 #include <Protocol/HiiConfigAccess.h>
-#include <Protocol/HiiConfigRouting.h>
-#include <Protocol/NvmDimmConfig.h>
 
-#define CONFIG_MAX            256
-#define TITLE_MAX             64
-#define LANGUAGES_MAX         128
-#define SETUP_STRING_PACKAGES 11
-
-// SetupVar: 494 bytes, packed.
-#define SETUP_VAR_SIZE              494
-#define SETUP_VAR_DIMM_COUNT        0x000
-#define SETUP_VAR_REGION_COUNT      0x0F8
-#define SETUP_VAR_VOLATILE_PERCENT  0x10D
-#define SETUP_VAR_CAPACITY_UNIT     0x19C
-#define SETUP_VAR_SUPPORT_APP_DIRECT  0x1EB
-#define SETUP_VAR_SUPPORT_MEMORY_MODE 0x1EC
-#define SETUP_VAR_PERF_CONFIG       0x1ED
-#define CAPACITY_TEXT_CHARS         19
+#define TITLE_MAX              64
+#define LANGUAGES_MAX          128
+#define SETUP_STRING_PACKAGES  11
 
 namespace {
 
-CONST EFI_GUID  mFormSetGuid     = { 0xE8B18FEE, 0xA44E, 0x4F97, { 0xB5, 0xEE, 0x2D, 0x2C, 0xA5, 0x4A, 0x30, 0x98 } };
 CONST EFI_GUID  mPackageListGuid = { 0x470DB1CE, 0xABA5, 0x4AF6, { 0x8E, 0x74, 0x0E, 0x1D, 0xA1, 0xD1, 0x92, 0x97 } };
-
-// The driver handle's device path: a hardware vendor node named by the form
-// set GUID, then the end node.
-CONST UINT8  mDevicePathBytes[] = {
-  0x01, 0x04, 0x14, 0x00, 0xEE, 0x8F, 0xB1, 0xE8, 0x4E, 0xA4, 0x97, 0x4F,
-  0xB5, 0xEE, 0x2D, 0x2C, 0xA5, 0x4A, 0x30, 0x98, 0x7F, 0xFF, 0x04, 0x00
-};
-
-CONST CHAR16  mFormSetTitle[] = u"Intel Optane DCPMMs";
-CONST CHAR16  mSetupVarName[] = u"SetupVar";
+CONST CHAR16    mFormSetTitle[]  = u"Intel Optane DCPMMs";
 
 // The driver's own lines on installing and extracting.
 constexpr CHAR8     mInstallLog[]   = "CarvexSetupBeforePostComplete:";
-constexpr CHAR8     mExtractLog[]   = "SetupExtractConfig:";
+constexpr CHAR8     mExtractLog[]   = SETUP_EXTRACT_LOG;
 CONST CHAR8 *CONST  mWatchedLines[] = { mInstallLog, mExtractLog, NULL };
 
 CHAR16  mSlot0[] = u"0";
 CHAR16  mSlot1[] = u"1";
 CHAR16  mSlot2[] = u"2";
-
-typedef struct {
-  EFI_HII_DATABASE_PROTOCOL        *Database;
-  EFI_HII_STRING_PROTOCOL          *Strings;
-  EFI_HII_CONFIG_ROUTING_PROTOCOL  *Routing;
-  NVM_DIMM_CONFIG_PROTOCOL         *Vendor;
-  EFI_HANDLE                       DriverImage;
-  EFI_HANDLE                       SetupHandle;    // device path and configuration access
-  EFI_HII_HANDLE                   HiiHandle;
-  HII_FORM_SET_INFO                FormSet;
-} SETUP_CONTEXT;
 
 UINT32
 ReadUint32 (
@@ -162,34 +120,6 @@ StartDriver (
   return TRUE;
 }
 
-// The function logged its exit with Success, and no line of it reports a
-// failure.
-VOID
-CheckDriverLog (
-  IN CONST CHAR8  *Check,
-  IN CONST CHAR8  *Function,
-  IN UINTN        ExpectedEnters
-  )
-{
-  CHAR8        Exit[64];
-  CONST CHAR8  *Line;
-  UINTN        Enters;
-  UINTN        Failures;
-
-  FwSPrint (Exit, sizeof (Exit), "%aExit:Success", Function);
-  Line     = LogSpyFind (Function, "Exit:");
-  Enters   = LogSpyCount (Function, "Enter");
-  Failures = LogSpyCount (Function, "Fail") + LogSpyCount (Function, "failure");
-  TestExpect (
-    Line != NULL && FwAsciiEqual (Line, Exit) && Enters == ExpectedEnters && Failures == 0 && LogSpyDropped () == 0,
-    Check,
-    "%lu calls, %lu failure lines, exit line \"%a\"",
-    static_cast<UINT64> (Enters),
-    static_cast<UINT64> (Failures),
-    (Line != NULL) ? Line : "(none)"
-    );
-}
-
 // Size of a device path, its end node included; 0 when it has no end
 // within Max bytes.
 UINTN
@@ -237,8 +167,8 @@ FindSetupHandle (
   Found = 0;
   for (UINTN Index = 0; Index < Count; Index++) {
     if (!EFI_ERROR (gFwBS->HandleProtocol (Handles[Index], &gEfiDevicePathProtocolGuid, &Path)) &&
-        (DevicePathSize (static_cast<CONST UINT8 *> (Path), sizeof (mDevicePathBytes)) == sizeof (mDevicePathBytes)) &&
-        BytesEqual (static_cast<CONST UINT8 *> (Path), mDevicePathBytes, sizeof (mDevicePathBytes)))
+        (DevicePathSize (static_cast<CONST UINT8 *> (Path), sizeof (gExpectSetupDevicePath)) == sizeof (gExpectSetupDevicePath)) &&
+        BytesEqual (static_cast<CONST UINT8 *> (Path), gExpectSetupDevicePath, sizeof (gExpectSetupDevicePath)))
     {
       Context->SetupHandle = Handles[Index];
       Found++;
@@ -265,7 +195,7 @@ FindFormSet (
   UINTN  Offset = 0;
 
   while (HiiNextFormSet (FormsPackage, &Offset, Info)) {
-    if (FwGuidEqual (&Info->Guid, &mFormSetGuid)) {
+    if (FwGuidEqual (&Info->Guid, &gExpectSetupFormSetGuid)) {
       return TRUE;
     }
   }
@@ -354,7 +284,7 @@ CheckPackageList (
         StringPackages++;
         break;
       case EFI_HII_PACKAGE_DEVICE_PATH:
-        PathSame = (BOOLEAN)(Length == 4 + sizeof (mDevicePathBytes) && BytesEqual (Package + 4, mDevicePathBytes, sizeof (mDevicePathBytes)));
+        PathSame = (BOOLEAN)(Length == 4 + sizeof (gExpectSetupDevicePath) && BytesEqual (Package + 4, gExpectSetupDevicePath, sizeof (gExpectSetupDevicePath)));
         break;
       default:
         TestInfo ("the export holds a package of type 0x%02x\n", static_cast<UINT32> (Package[3]));
@@ -363,7 +293,7 @@ CheckPackageList (
   }
 
   gFwBS->FreePool (List);
-  TestExpect (FormSetFound, "form-set-in-package-list", "no FORM_SET %g in the forms package", &mFormSetGuid);
+  TestExpect (FormSetFound, "form-set-in-package-list", "no FORM_SET %g in the forms package", &gExpectSetupFormSetGuid);
   TestExpect (FormsSame, "export-forms-package-unchanged", "the forms package differs from the compiled one");
   TestExpect (
     StringPackages == SETUP_STRING_PACKAGES && StringsSame && StringsSeen == sizeof (CarvexSetupStrings),
@@ -397,7 +327,7 @@ CheckDeviceManagerListing (
   EFI_STATUS                   Status;
 
   Status = HiiListAllHandles (Context->Database, &Handles, &Count);
-  if (EFI_ERROR (Status)) {
+  if (!TestExpect (!EFI_ERROR (Status), "device-manager-hii-handles", "ListPackageLists: %r", Status)) {
     return;
   }
 
@@ -424,7 +354,7 @@ CheckDeviceManagerListing (
         TestInfo ("the Device Manager lists %g \"%s\" (%r)\n", &Info.Guid, Title, Status);
         if (!EFI_ERROR (Status) && FwStrEqual (Title, mFormSetTitle)) {
           Titled++;
-          Ours = (BOOLEAN)(Handles[Index] == Context->HiiHandle && FwGuidEqual (&Info.Guid, &mFormSetGuid));
+          Ours = (BOOLEAN)(Handles[Index] == Context->HiiHandle && FwGuidEqual (&Info.Guid, &gExpectSetupFormSetGuid));
         }
       }
     }
@@ -520,249 +450,33 @@ CheckStrings (
   }
 }
 
-// GUID=<bytes>&NAME=<characters>&PATH=<bytes>, lowercase hexadecimal: GUID
-// and path bytes in memory order, each name character as four digits.
-BOOLEAN
-BuildConfigHeader (
-  IN  CONST EFI_GUID  *Guid,
-  IN  CONST CHAR16    *Name,
-  IN  CONST UINT8     *Path,
-  IN  UINTN           PathSize,
-  OUT CHAR16          *Header,
-  IN  UINTN           Max
-  )
-{
-  STATIC CONST CHAR16  mHex[] = u"0123456789abcdef";
-  CONST UINT8          *GuidBytes = reinterpret_cast<CONST UINT8 *> (Guid);
-  CHAR16               Digits[5];
-  BOOLEAN              Fits;
-
-  Header[0] = 0;
-  Digits[2] = 0;
-  Fits      = ConfigAppend (Header, Max, u"GUID=");
-  for (UINTN Index = 0; Index < sizeof (EFI_GUID); Index++) {
-    Digits[0] = mHex[GuidBytes[Index] >> 4];
-    Digits[1] = mHex[GuidBytes[Index] & 0xF];
-    Fits     &= ConfigAppend (Header, Max, Digits);
-  }
-
-  Fits &= ConfigAppend (Header, Max, u"&NAME=");
-  for ( ; *Name != 0; Name++) {
-    for (UINTN Nibble = 0; Nibble < 4; Nibble++) {
-      Digits[Nibble] = mHex[(*Name >> (12 - 4 * Nibble)) & 0xF];
-    }
-
-    Digits[4] = 0;
-    Fits     &= ConfigAppend (Header, Max, Digits);
-  }
-
-  Digits[2] = 0;
-  Fits     &= ConfigAppend (Header, Max, u"&PATH=");
-  for (UINTN Index = 0; Index < PathSize; Index++) {
-    Digits[0] = mHex[Path[Index] >> 4];
-    Digits[1] = mHex[Path[Index] & 0xF];
-    Fits     &= ConfigAppend (Header, Max, Digits);
-  }
-
-  return Fits;
-}
-
-// The capacity text the driver must write for Bytes: binary units named
-// TB, GB and MB, one decimal truncated, or whole bytes under 1 MiB. Exact
-// in integers while the totals stay below 2^53 bytes.
-VOID
-ExpectedCapacityText (
-  IN  UINT64  Bytes,
-  OUT CHAR16  Text[CAPACITY_TEXT_CHARS + 1]
-  )
-{
-  typedef struct {
-    UINT32         Shift;
-    CONST CHAR8    *Name;
-  } UNIT;
-  STATIC CONST UNIT  mUnits[] = { { 40, "TB" }, { 30, "GB" }, { 20, "MB" } };
-  CHAR8              Narrow[CAPACITY_TEXT_CHARS + 1];
-  UINT64             Tenth;
-  UINTN              Index;
-
-  FwSPrint (Narrow, sizeof (Narrow), "%lu B", Bytes);
-  for (Index = 0; Index < ARRAY_SIZE (mUnits); Index++) {
-    if (Bytes >= (1ULL << mUnits[Index].Shift)) {
-      Tenth = ((Bytes & ((1ULL << mUnits[Index].Shift) - 1)) * 10) >> mUnits[Index].Shift;
-      FwSPrint (Narrow, sizeof (Narrow), "%lu.%u %a", Bytes >> mUnits[Index].Shift, static_cast<UINT32> (Tenth), mUnits[Index].Name);
-      break;
-    }
-  }
-
-  for (Index = 0; Narrow[Index] != 0; Index++) {
-    Text[Index] = static_cast<CHAR16> (Narrow[Index]);
-  }
-
-  Text[Index] = 0;
-}
-
-// A text field of the store: its characters up to the NUL, which must come
-// within the field. FALSE when it does not.
-BOOLEAN
-ReadTextField (
-  IN  CONST UINT8  *Store,
-  IN  UINTN        Offset,
-  OUT CHAR16       Text[CAPACITY_TEXT_CHARS + 1]
-  )
-{
-  for (UINTN Index = 0; Index < CAPACITY_TEXT_CHARS; Index++) {
-    Text[Index] = static_cast<CHAR16> (Store[Offset + 2 * Index] | (Store[Offset + 2 * Index + 1] << 8));
-    if (Text[Index] == 0) {
-      return TRUE;
-    }
-  }
-
-  Text[CAPACITY_TEXT_CHARS] = 0;
-  return FALSE;
-}
-
-// The six capacity texts against the vendor protocol's totals.
-VOID
-CheckCapacityTexts (
-  IN CONST UINT8                    *Store,
-  IN CONST MEMORY_RESOURCES_RECORD  *Totals
-  )
-{
-  typedef struct {
-    CONST CHAR8    *Check;
-    UINTN          Field;
-    UINTN          Total;
-  } TEXT_CASE;
-  STATIC CONST TEXT_CASE  mCases[] = {
-    { "text-total-raw",          0x004, OFFSET_OF (MEMORY_RESOURCES_RECORD, RawCapacity)          },
-    { "text-total-memory",       0x02A, OFFSET_OF (MEMORY_RESOURCES_RECORD, VolatileCapacity)     },
-    { "text-total-app-direct",   0x050, OFFSET_OF (MEMORY_RESOURCES_RECORD, AppDirectCapacity)    },
-    { "text-total-unconfigured", 0x076, OFFSET_OF (MEMORY_RESOURCES_RECORD, UnconfiguredCapacity) },
-    { "text-total-inaccessible", 0x09C, OFFSET_OF (MEMORY_RESOURCES_RECORD, InaccessibleCapacity) },
-    { "text-total-reserved",     0x0C2, OFFSET_OF (MEMORY_RESOURCES_RECORD, ReservedCapacity)     },
-  };
-  CHAR16   Text[CAPACITY_TEXT_CHARS + 1];
-  CHAR16   Expected[CAPACITY_TEXT_CHARS + 1];
-  UINT64   Bytes;
-  BOOLEAN  Terminated;
-
-  for (UINTN Index = 0; Index < ARRAY_SIZE (mCases); Index++) {
-    Bytes      = *reinterpret_cast<CONST UINT64 *> (reinterpret_cast<CONST UINT8 *> (Totals) + mCases[Index].Total);
-    Terminated = ReadTextField (Store, mCases[Index].Field, Text);
-    ExpectedCapacityText (Bytes, Expected);
-    TestInfo ("%a \"%s\"\n", mCases[Index].Check, Text);
-    TestExpect (
-      Terminated && Text[0] != 0 && FwStrEqual (Text, Expected),
-      mCases[Index].Check,
-      "\"%s\"%a for 0x%lx bytes, expected \"%s\"",
-      Text,
-      Terminated ? "" : " (no NUL in the field)",
-      Bytes,
-      Expected
-      );
-  }
-}
-
-// SetupVar through OVMF's router as the browser asks for it when the form
-// set opens: the whole 494 bytes as one element.
-VOID
-CheckExtract (
-  IN SETUP_CONTEXT  *Context
-  )
-{
-  STATIC CHAR16            mRequest[CONFIG_MAX];
-  STATIC UINT8             mStore[SETUP_VAR_SIZE];
-  STATIC BOOLEAN           mCovered[SETUP_VAR_SIZE];
-  MEMORY_RESOURCES_RECORD  Totals;
-  UINT32                   VendorCount;
-  UINT32                   DimmCount;
-  CONST CHAR16             *Progress;
-  CHAR16                   *Results;
-  UINTN                    Covered;
-  BOOLEAN                  Decoded;
-  EFI_STATUS               Status;
-
-  if (!TestExpect (
-         BuildConfigHeader (&mFormSetGuid, mSetupVarName, mDevicePathBytes, sizeof (mDevicePathBytes), mRequest, CONFIG_MAX) &&
-         ConfigAppend (mRequest, CONFIG_MAX, u"&OFFSET=0&WIDTH=01ee"),
-         "setupvar-request",
-         "the request does not fit"
-         ))
-  {
-    return;
-  }
-
-  Progress = NULL;
-  Results  = NULL;
-  Status   = Context->Routing->ExtractConfig (Context->Routing, mRequest, &Progress, &Results);
-  CheckDriverLog ("extract-reaches-driver-once", mExtractLog, 1);
-  if (!TestExpect (
-         !EFI_ERROR (Status) && Results != NULL && Progress == mRequest + FwStrLen (mRequest) && ConfigStartsWith (Results, mRequest),
-         "extract-setupvar-through-router",
-         "ExtractConfig: %r, progress at %ld of %lu",
-         Status,
-         static_cast<INT64> ((Progress != NULL) ? Progress - mRequest : -1),
-         static_cast<UINT64> (FwStrLen (mRequest))
-         ))
-  {
-    if (Results != NULL) {
-      ConfigLogText ("response:", Results);
-      gFwBS->FreePool (Results);
-    }
-
-    return;
-  }
-
-  TestInfo (
-    "the response holds %lu characters and %lu default sections the router added\n",
-    static_cast<UINT64> (FwStrLen (Results)),
-    static_cast<UINT64> (ConfigCountAltCfg (Results))
-    );
-  Decoded = ConfigDecodeBlocks (Results, mStore, mCovered, SETUP_VAR_SIZE);
-  Covered = 0;
-  for (UINTN Index = 0; Index < SETUP_VAR_SIZE; Index++) {
-    Covered += mCovered[Index] ? 1 : 0;
-  }
-
-  gFwBS->FreePool (Results);
-  if (!TestExpect (Decoded && Covered == SETUP_VAR_SIZE, "extract-whole-buffer", "%lu of 494 bytes in the response", static_cast<UINT64> (Covered))) {
-    return;
-  }
-
-  VendorCount = 0;
-  Status      = Context->Vendor->GetDimmCount (Context->Vendor, &VendorCount);
-  DimmCount   = ReadUint32 (mStore + SETUP_VAR_DIMM_COUNT);
-  TestExpect (
-    !EFI_ERROR (Status) && DimmCount == VendorCount && DimmCount == 12,
-    "setupvar-module-count",
-    "DimmCount %u, the vendor protocol %u (%r)",
-    DimmCount,
-    VendorCount,
-    Status
-    );
-
-  Status = Context->Vendor->GetMemoryResourcesInfo (Context->Vendor, &Totals);
-  if (TestExpect (!EFI_ERROR (Status), "vendor-totals", "GetMemoryResourcesInfo: %r", Status)) {
-    CheckCapacityTexts (mStore, &Totals);
-  }
-
-  // Capability mask 0x30 (both modes: the goal page starts all App
-  // Direct), the platform's profile 2, capacities entered in GB (6).
-  TestExpect (
-    mStore[SETUP_VAR_SUPPORT_APP_DIRECT] == 1 && mStore[SETUP_VAR_SUPPORT_MEMORY_MODE] == 1 &&
-    mStore[SETUP_VAR_VOLATILE_PERCENT] == 0 && mStore[SETUP_VAR_PERF_CONFIG] == 2 && mStore[SETUP_VAR_CAPACITY_UNIT] == 6,
-    "setupvar-platform-fields",
-    "App Direct %u, memory mode %u, volatile %u%%, profile %u, unit %u",
-    static_cast<UINT32> (mStore[SETUP_VAR_SUPPORT_APP_DIRECT]),
-    static_cast<UINT32> (mStore[SETUP_VAR_SUPPORT_MEMORY_MODE]),
-    static_cast<UINT32> (mStore[SETUP_VAR_VOLATILE_PERCENT]),
-    static_cast<UINT32> (mStore[SETUP_VAR_PERF_CONFIG]),
-    static_cast<UINT32> (mStore[SETUP_VAR_CAPACITY_UNIT])
-    );
-  TestInfo ("SetupVar.RegionCount %u\n", ReadUint32 (mStore + SETUP_VAR_REGION_COUNT));
-}
-
 }  // namespace
+
+VOID
+SetupCheckDriverLog (
+  IN CONST CHAR8  *Check,
+  IN CONST CHAR8  *Function,
+  IN UINTN        ExpectedEnters
+  )
+{
+  CHAR8        Exit[64];
+  CONST CHAR8  *Line;
+  UINTN        Enters;
+  UINTN        Failures;
+
+  FwSPrint (Exit, sizeof (Exit), "%aExit:Success", Function);
+  Line     = LogSpyFind (Function, "Exit:");
+  Enters   = LogSpyCount (Function, "Enter");
+  Failures = LogSpyCount (Function, "Fail") + LogSpyCount (Function, "failure");
+  TestExpect (
+    Line != NULL && FwAsciiEqual (Line, Exit) && Enters == ExpectedEnters && Failures == 0 && LogSpyDropped () == 0,
+    Check,
+    "%lu calls, %lu failure lines, exit line \"%a\"",
+    static_cast<UINT64> (Enters),
+    static_cast<UINT64> (Failures),
+    (Line != NULL) ? Line : "(none)"
+    );
+}
 
 SCENARIO_RESULT
 SetupFormSet (
@@ -774,11 +488,11 @@ SetupFormSet (
 
   (VOID)Boot;
   if (PlatformBringUp (&Setup) && PlatformStartDevices () && LocateServices (&mContext) && StartDriver (&mContext)) {
-    CheckDriverLog ("install-log-clean", mInstallLog, 1);
+    SetupCheckDriverLog ("install-log-clean", mInstallLog, 1);
     if (FindSetupHandle (&mContext) && CheckPackageList (&mContext)) {
       CheckDeviceManagerListing (&mContext);
       CheckStrings (&mContext);
-      CheckExtract (&mContext);
+      SetupCheckExtract (&mContext);
     }
   }
 
