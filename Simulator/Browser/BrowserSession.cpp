@@ -28,15 +28,6 @@ const Statement* FormSetSession::FindQuestion(EFI_QUESTION_ID id, const Form* pr
   return nullptr;
 }
 
-const Form* FormSetSession::FormOf(const Statement* statement) const {
-  for (const Form& form : model.forms) {
-    if (!form.statements.empty() && statement >= &form.statements.front() && statement <= &form.statements.back()) {
-      return &form;
-    }
-  }
-  return nullptr;
-}
-
 std::string StatusText(EFI_STATUS status) {
   switch (status) {
     case EFI_SUCCESS: return "EFI_SUCCESS";

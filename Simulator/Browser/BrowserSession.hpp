@@ -57,7 +57,6 @@ struct FormSetSession {
   // The question with this identifier, looked for in `preferred` first
   // (an identifier may be reused in another form).
   const Statement* FindQuestion(EFI_QUESTION_ID id, const Form* preferred) const;
-  const Form* FormOf(const Statement* statement) const;
 };
 
 // "EFI_NOT_READY" and the like, for messages.

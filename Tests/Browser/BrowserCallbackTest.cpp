@@ -47,7 +47,7 @@ TEST_F(BrowserTest, OpeningAndLeavingForms_SendOpenRetrieveAndCloseToCallbackQue
                   Each(EFI_BROWSER_ACTION_RETRIEVE)}));
   const DriverCall link = driver_.calls.front();
   EXPECT_EQ(link.type, EFI_IFR_TYPE_REF);
-  EXPECT_EQ(link.value.ref.FormId, FORM_DETAILS);
+  EXPECT_EQ(unsigned{link.value.ref.FormId}, FORM_DETAILS);
   EXPECT_EQ(driver_.extracts.size(), 2u) << "moving between forms reads no store again";
 }
 
@@ -76,7 +76,7 @@ TEST_P(ChangingAnswerTest, AnswerToChanging_DecidesTheValueAndTheChangedCall) {
   ASSERT_EQ(calls.size(), c.changedSent ? 2u : 1u);
   EXPECT_EQ(calls[0].action, EFI_BROWSER_ACTION_CHANGING);
   EXPECT_EQ(calls[0].type, EFI_IFR_TYPE_NUM_SIZE_8);
-  EXPECT_EQ(calls[0].value.u8, 50) << "CHANGING carries the new value";
+  EXPECT_EQ(unsigned{calls[0].value.u8}, 50u) << "CHANGING carries the new value";
   if (c.changedSent) {
     EXPECT_EQ(calls[1].action, EFI_BROWSER_ACTION_CHANGED);
     EXPECT_EQ(std::to_string(calls[1].value.u8), c.shown);
@@ -102,7 +102,7 @@ TEST_F(BrowserTest, CheckBoxAndString_CarryBooleanAndStringValues) {
   Run("check \"Enable Feature\"\nset \"Name\" abc");
   ASSERT_EQ(driver_.calls.size(), 4u);
   EXPECT_EQ(driver_.calls[0].type, EFI_IFR_TYPE_BOOLEAN);
-  EXPECT_EQ(driver_.calls[0].value.b, 1);
+  EXPECT_EQ(unsigned{driver_.calls[0].value.b}, 1u);
   EXPECT_EQ(driver_.calls[2].question, QID_NAME);
   EXPECT_EQ(driver_.calls[2].type, EFI_IFR_TYPE_STRING);
   EXPECT_EQ(driver_.calls[2].text, u"abc") << "the value is a string of the driver's own package list";
@@ -127,7 +127,7 @@ TEST_F(BrowserTest, Button_ChangingThenChangedAndRequestOnlyAfterChanged) {
   ASSERT_GE(calls.size(), 2u);
   EXPECT_EQ(calls[0].action, EFI_BROWSER_ACTION_CHANGING);
   EXPECT_EQ(calls[0].type, EFI_IFR_TYPE_ACTION);
-  EXPECT_EQ(calls[0].value.string, STR_EMPTY) << "an action's value is its configuration string";
+  EXPECT_EQ(unsigned{calls[0].value.string}, unsigned{STR_EMPTY}) << "an action's value is its configuration string";
   EXPECT_EQ(calls[1].action, EFI_BROWSER_ACTION_CHANGED);
   EXPECT_FALSE(Browser().InFormSet()) << "EXIT after CHANGED leaves the form set";
   EXPECT_TRUE(Browser().ResetRequired()) << "a reset-required button without storage";

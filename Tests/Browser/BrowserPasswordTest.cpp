@@ -65,7 +65,7 @@ TEST_P(PasswordTest, Conversation_FollowsEdk2Sequence) {
     if (!call.stringZero) {
       // Emptied in every language once the driver has answered.
       for (const char* language : {"en-US", "fr-FR"}) {
-        EXPECT_EQ(hii_.Services()->String(driver_.HiiHandle(), call.value.string, language), u"") << language;
+        EXPECT_EQ(hii_.Services()->String(driver_.HiiHandle(), EFI_STRING_ID{call.value.string}, language), u"") << language;
       }
     }
   }

@@ -44,7 +44,7 @@ TEST_F(BrowserTest, Discard_RestoresValuesTellsTheDriverAndRaisesDiscard) {
   Run("discard\nexpect \"Enable Feature\" unchecked");
   ASSERT_EQ(driver_.calls.size(), 1u);
   EXPECT_EQ(driver_.calls[0].action, EFI_BROWSER_ACTION_CHANGED);
-  EXPECT_EQ(driver_.calls[0].value.b, 0) << "CHANGED carries the restored value";
+  EXPECT_EQ(unsigned{driver_.calls[0].value.b}, 0u) << "CHANGED carries the restored value";
   EXPECT_TRUE(driver_.routes.empty());
   EXPECT_EQ(SetupSlots(), std::vector<unsigned>{4});
 }
