@@ -123,7 +123,7 @@ void FormBrowser::LeaveSetup() {
     services_.leaveSetup(LeaveKind::Discard);
   }
   sessions_.clear();
-  leaveRaised_ = false;
+  leaveRaised_ = true;  // leaving again raises nothing more
 }
 
 }  // namespace carvex::sim::browser

@@ -8,6 +8,7 @@
 #include "BrowserMachine.hpp"
 #include "LogLevel.hpp"
 #include "ScriptFrontEnd.hpp"
+#include "SetupBoot.hpp"
 #include "SimMachine.hpp"
 #include "Summary.hpp"
 #include "TuiFrontEnd.hpp"
@@ -46,43 +47,22 @@ int RunSetupCommand(const CommonOptions& common, const SetupCommandOptions& opti
   browser::BrowserMachine browsers(machine, hii);
   machine.SetDisplay(&std::cout, *level);
 
-  const std::size_t firstLine = machine.Log().Lines().size();
-  const std::size_t firstReport = machine.Log().Reports().size();
   bool scriptPassed = true;
-  BootSummary summary;
-  machine.StartBoot();
-  if (!machine.PendingReset()) machine.EndOfPost();
-  if (!machine.PendingReset()) {
-    machine.EnterSetup();
-    browser::FormBrowser& browser = *browsers.Browser();
+  const BootSummary summary = browser::RunBootThroughSetup(machine, browsers, [&](browser::FormBrowser& browser) {
     if (!script.empty()) {
       browser::ScriptOptions scriptOptions;
       scriptOptions.transcript = &std::cout;
       const browser::ScriptResult result = browser::RunSetupScript(browser, script, options.script, scriptOptions);
       std::cout << result.Describe() << "\n";
       scriptPassed = result.ok;
-    } else {
-      // The screen belongs to the browser while setup runs.
-      machine.SetDisplay(nullptr, 0);
-      browser::TuiFrontEnd tui(browser);
-      tui.Run();
-      browser.LeaveSetup();
-      machine.SetDisplay(&std::cout, *level);
+      return;
     }
-  }
-  if (!machine.PendingReset()) machine.SignalReadyToBoot();
-  summary.boots.push_back(machine.EndBoot());
-  // A reset asked for in setup (or before) leads to the boots that follow.
-  if (summary.boots.back().reset && summary.boots.back().reset->type != EfiResetShutdown) {
-    ++summary.resets;
-    const BootSummary rest = machine.RunBoot();
-    summary.boots.insert(summary.boots.end(), rest.boots.begin(), rest.boots.end());
-    summary.resets += rest.resets;
-    summary.resetLoop = rest.resetLoop;
-  }
-  summary.log.assign(machine.Log().Lines().begin() + static_cast<std::ptrdiff_t>(firstLine), machine.Log().Lines().end());
-  summary.reports.assign(machine.Log().Reports().begin() + static_cast<std::ptrdiff_t>(firstReport),
-                         machine.Log().Reports().end());
+    // The screen belongs to the browser while setup runs.
+    machine.SetDisplay(nullptr, 0);
+    browser::TuiFrontEnd tui(browser);
+    tui.Run();
+    machine.SetDisplay(&std::cout, *level);
+  });
   PrintBootSummary(std::cout, machine, summary);
   return scriptPassed && summary.reports.empty() && !summary.resetLoop ? 0 : 1;
 }

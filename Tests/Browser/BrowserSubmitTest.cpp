@@ -4,6 +4,7 @@
 
 #include "BrowserFixture.hpp"
 #include "Platform/Ucs2.hpp"
+#include "SetupBoot.hpp"
 
 namespace browsertest {
 namespace {
@@ -129,6 +130,21 @@ TEST_F(BrowserTest, LeavingSetup_RaisesOneEventForTheSession) {
   EXPECT_EQ(SetupSlots(), std::vector<unsigned>{3}) << "a save with nothing after it";
   Run("goto \"Browser Sample\"\nset \"Scope\" Platform", true);
   EXPECT_EQ(SetupSlots(), (std::vector<unsigned>{3, 4})) << "unsaved work is discarded on the way out";
+  EXPECT_EQ(driver_.sample.Scope, 1);
+}
+
+TEST_F(BrowserTest, BootThroughSetup_OneLeaveEventThenTheRestOfTheBoot) {
+  carvex::sim::browser::ScriptResult script;
+  const auto summary = carvex::sim::browser::RunBootThroughSetup(
+      machine_, browserMachine_, [&](carvex::sim::browser::FormBrowser& browser) {
+        script = carvex::sim::browser::RunSetupScript(browser, "goto \"Browser Sample\"\nset \"Scope\" Processor\nsave");
+      });
+  EXPECT_TRUE(script.ok) << script.Describe();
+  ASSERT_EQ(summary.boots.size(), 1u);
+  std::vector<unsigned> slots;
+  for (const auto& call : summary.boots[0].slots) slots.push_back(call.slot);
+  EXPECT_EQ(slots, (std::vector<unsigned>{0, 1, 2, 3})) << "the script's save, nothing more on the way out";
+  EXPECT_TRUE(summary.boots[0].setupEntered);
   EXPECT_EQ(driver_.sample.Scope, 1);
 }
 
