@@ -111,6 +111,7 @@ void FormBrowser::LoadStores(FormSetSession& session) {
     if (!loaded) {
       ApplyDefaults(session, EFI_HII_DEFAULT_CLASS_STANDARD, false, id);
       store.committed = store.edit;
+      session.Untouch(id);
     }
   }
 }
@@ -337,6 +338,7 @@ EFI_STATUS FormBrowser::RouteStore(FormSetSession& session, EFI_VARSTORE_ID id) 
   }
   if (!EFI_ERROR(status)) {
     store.committed = store.edit;
+    session.Untouch(id);
   }
   return status;
 }

@@ -110,6 +110,9 @@ Outcome FormBrowser::SetValue(std::size_t index, const InputValue& input) {
     Notify(*message);
   }
   const bool changed = !(value == old);
+  if (changed) {
+    session.Touch(s);
+  }
   if (callback && (s.storeId == 0 || changed)) {
     EFI_BROWSER_ACTION_REQUEST request = EFI_BROWSER_ACTION_REQUEST_NONE;
     Call(session, EFI_BROWSER_ACTION_CHANGED, s, value, &request);

@@ -4,6 +4,8 @@
 #pragma once
 
 #include <map>
+#include <set>
+#include <tuple>
 #include <string>
 #include <vector>
 
@@ -44,6 +46,10 @@ struct FormSetSession {
   std::map<EFI_VARSTORE_ID, Store> stores;
   std::map<EFI_QUESTION_ID, QuestionValue> unstored;  // questions without storage
   std::map<EFI_QUESTION_ID, EFI_STRING_ID> valueStrings;  // string questions' value strings
+  // Storage of questions the user (or loading defaults) changed: only these
+  // count as changes to save or discard. A driver filling the browser's copy
+  // with HiiSetBrowserData changes nothing of the user's.
+  std::set<std::tuple<EFI_VARSTORE_ID, std::uint16_t, std::uint16_t>> touched;
   bool gone = false;  // the package list was removed
 
   Store* StoreOf(const Statement& question) {
@@ -54,6 +60,16 @@ struct FormSetSession {
     auto found = stores.find(question.storeId);
     return question.storeId != 0 && found != stores.end() ? &found->second : nullptr;
   }
+  void Touch(const Statement& question) { touched.emplace(question.storeId, question.varOffset, question.width); }
+  bool Touched(const Statement& question) const {
+    return touched.count({question.storeId, question.varOffset, question.width}) != 0;
+  }
+  void Untouch(EFI_VARSTORE_ID store) {
+    for (auto it = touched.begin(); it != touched.end();) {
+      it = std::get<0>(*it) == store ? touched.erase(it) : std::next(it);
+    }
+  }
+
   // The question with this identifier, looked for in `preferred` first
   // (an identifier may be reused in another form).
   const Statement* FindQuestion(EFI_QUESTION_ID id, const Form* preferred) const;

@@ -51,6 +51,7 @@ void FormBrowser::DiscardSession(FormSetSession& session) {
   for (auto& [id, store] : session.stores) {
     store.edit = store.committed;
   }
+  session.touched.clear();
   // Drivers hear of the values they saw change back.
   for (const Statement& s : changed) {
     QuestionValue value = Read(session, s);

@@ -163,7 +163,7 @@ void FormBrowser::Write(FormSetSession& session, const Statement& question, cons
 
 bool FormBrowser::Changed(const FormSetSession& session, const Statement& question) const {
   const Store* store = session.StoreOf(question);
-  if (store == nullptr || question.width == 0) {
+  if (store == nullptr || question.width == 0 || !session.Touched(question)) {
     return false;
   }
   if (question.kind == StatementKind::Password && question.HasFlag(EFI_IFR_FLAG_CALLBACK)) {
@@ -349,6 +349,7 @@ void FormBrowser::ApplyDefaults(FormSetSession& session, EFI_DEFAULT_ID defaultI
       const auto value = DefaultOf(session, form, question, defaultId, askDriver);
       if (value && !(*value == Read(session, question))) {
         Write(session, question, *value);
+        session.Touch(question);
       }
     }
   }

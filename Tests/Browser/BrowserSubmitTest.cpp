@@ -13,9 +13,13 @@ std::u16string Hex(const char* text) { return std::u16string(text, text + std::s
 
 TEST_F(BrowserTest, Save_RoutesOnlyChangedStoresWithOnlyQuestionItems) {
   driver_.sample.Spare = 0x5A;  // no question covers it
+  driver_.onCallback = [this](const DriverCall& call, EFI_IFR_TYPE_VALUE*, EFI_BROWSER_ACTION_REQUEST*) {
+    if (call.action == EFI_BROWSER_ACTION_CHANGING && call.question == QID_DETAILS) driver_.SetPageData(7, 1);
+    return EFI_UNSUPPORTED;
+  };
   BootIntoSetup();
-  Run("goto \"Browser Sample\"\nset \"Scope\" Processor\nsave");
-  ASSERT_EQ(driver_.routes.size(), 1u) << "the page store did not change";
+  Run("goto \"Browser Sample\"\nselect \"Details\"\nback\nset \"Scope\" Processor\nsave");
+  ASSERT_EQ(driver_.routes.size(), 1u) << "the driver filled the page store; the user did not change it";
   const std::u16string& routed = driver_.routes[0];
   EXPECT_NE(routed.find(Hex("&OFFSET=0018&WIDTH=0001&VALUE=01")), std::u16string::npos);
   EXPECT_EQ(routed.find(Hex("&OFFSET=0033")), std::u16string::npos) << "a byte no question covers";
