@@ -4,14 +4,14 @@
 // setup with the host browser. A failure names the script's line; the
 // transcript of the run follows it.
 #include <algorithm>
+#include <cctype>
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <memory>
 #include <optional>
-#include <cctype>
-#include <cstdio>
 #include <sstream>
 #include <string>
 #include <vector>
