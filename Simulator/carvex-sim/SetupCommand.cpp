@@ -8,7 +8,7 @@
 #include "BrowserMachine.hpp"
 #include "LogLevel.hpp"
 #include "ScriptFrontEnd.hpp"
-#include "SetupBoot.hpp"
+#include "BootThroughSetup.hpp"
 #include "SimMachine.hpp"
 #include "Summary.hpp"
 #include "TuiFrontEnd.hpp"

@@ -4,7 +4,7 @@
 
 #include "BrowserFixture.hpp"
 #include "Platform/Ucs2.hpp"
-#include "SetupBoot.hpp"
+#include "BootThroughSetup.hpp"
 
 namespace browsertest {
 namespace {

@@ -25,9 +25,7 @@
 #include "HiiMachine.hpp"
 #include "Platform/Machine.hpp"
 #include "ScriptFrontEnd.hpp"
-// The browser's RunBootThroughSetup: a quoted include would find this
-// folder's SetupBoot.hpp (the form set fixture) first.
-#include <SetupBoot.hpp>
+#include "BootThroughSetup.hpp"
 
 namespace carvex::test {
 namespace {

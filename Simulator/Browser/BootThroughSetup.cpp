@@ -1,4 +1,4 @@
-#include "SetupBoot.hpp"
+#include "BootThroughSetup.hpp"
 
 namespace carvex::sim::browser {
 
