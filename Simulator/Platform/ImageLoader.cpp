@@ -55,8 +55,8 @@ ImageLoader::Image& ImageLoader::Prepare(std::string name, const std::filesystem
   SealTableHeader(table.Hdr, EFI_SYSTEM_TABLE_SIGNATURE, sizeof table);
 
   image->filePath = FilePathDevicePath(Utf8ToUtf16(path.filename().string()));
-  SimLoadedImageProtocol& loaded = image->loadedImage;
-  loaded.Revision = kLoadedImageRevision;
+  EFI_LOADED_IMAGE_PROTOCOL& loaded = image->loadedImage;
+  loaded.Revision = EFI_LOADED_IMAGE_PROTOCOL_REVISION;
   loaded.SystemTable = &table;
   loaded.FilePath = reinterpret_cast<EFI_DEVICE_PATH_PROTOCOL*>(image->filePath.data());
   loaded.ImageBase = reinterpret_cast<VOID*>(range.begin);
@@ -65,7 +65,7 @@ ImageLoader::Image& ImageLoader::Prepare(std::string name, const std::filesystem
   loaded.ImageDataType = EfiBootServicesData;
 
   // The platform installs it, so the handle does not count as the image's own.
-  boot_.Protocols().Install(kPlatformImage, &image->handle, &gSimLoadedImageProtocolGuid,
+  boot_.Protocols().Install(kPlatformImage, &image->handle, &gEfiLoadedImageProtocolGuid,
                             EFI_NATIVE_INTERFACE, &loaded);
   boot_.SetImageHandle(image->id, image->handle);
   images_.push_back(std::move(image));
@@ -163,7 +163,7 @@ void ImageLoader::RemoveLeftovers(Image& image) {
                     std::to_string(interfaces.size()) + " protocol interface(s) behind");
   }
   if (image.handle != nullptr) {
-    boot_.Protocols().Uninstall(kPlatformImage, image.handle, &gSimLoadedImageProtocolGuid,
+    boot_.Protocols().Uninstall(kPlatformImage, image.handle, &gEfiLoadedImageProtocolGuid,
                                 &image.loadedImage);
   }
 }

@@ -13,9 +13,9 @@
 #include <vector>
 
 #include <Uefi.h>
+#include <Protocol/LoadedImage.h>
 
 #include "BootServices.hpp"
-#include "LoadedImage.hpp"
 #include "PlatformLog.hpp"
 #include "RuntimeServices.hpp"
 
@@ -67,7 +67,7 @@ class ImageLoader {
     EFI_SYSTEM_TABLE systemTable{};
     EFI_BOOT_SERVICES bootServices{};
     EFI_RUNTIME_SERVICES runtimeServices{};
-    SimLoadedImageProtocol loadedImage{};
+    EFI_LOADED_IMAGE_PROTOCOL loadedImage{};
     std::vector<std::uint8_t> filePath;
   };
 

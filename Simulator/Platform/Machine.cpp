@@ -142,8 +142,8 @@ void Machine::InstallPlatformProtocols() {
   ProtocolDatabase& protocols = boot_->core->Protocols();
   // The platform's own image handle: the agent HandleProtocol opens for.
   EFI_HANDLE platform = nullptr;
-  boot_->platformImage.Revision = kLoadedImageRevision;
-  protocols.Install(kPlatformImage, &platform, &gSimLoadedImageProtocolGuid, EFI_NATIVE_INTERFACE,
+  boot_->platformImage.Revision = EFI_LOADED_IMAGE_PROTOCOL_REVISION;
+  protocols.Install(kPlatformImage, &platform, &gEfiLoadedImageProtocolGuid, EFI_NATIVE_INTERFACE,
                     &boot_->platformImage);
   protocols.SetCoreAgent(platform);
   boot_->core->SetImageHandle(kPlatformImage, platform);

@@ -160,7 +160,7 @@ class Machine {
     std::unique_ptr<BootServicesCore> core;
     std::unique_ptr<RuntimeServicesCore> runtime;
     std::unique_ptr<ImageLoader> loader;  // last: unloads before the services go
-    SimLoadedImageProtocol platformImage{};
+    EFI_LOADED_IMAGE_PROTOCOL platformImage{};
   };
 
   Boot& RequireBoot(const char* step);
