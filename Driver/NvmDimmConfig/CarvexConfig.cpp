@@ -2,6 +2,7 @@
   Protocol binding shared by every client function.
 **/
 #include "CarvexConfig.h"
+#include "NvmStatus.h"
 #include <Library/DebugLib.h>
 #include <Library/UefiBootServicesTableLib.h>
 
@@ -33,4 +34,27 @@ LocateCarvexConfigProtocol (
 
   DEBUG ((DEBUG_WARN, "%a:Protocol Version:%x, Status:%r\n", __func__, mNvmDimmConfigProtocol->Version, Status));
   return EFI_SUCCESS;
+}
+
+EFI_STATUS
+EFIAPI
+PrepareCommand (
+  IN  CONST CHAR8     *pCaller,
+  OUT COMMAND_STATUS  **ppCommandStatus
+  )
+{
+  EFI_STATUS  Status;
+
+  *ppCommandStatus = NULL;
+  Status           = LocateCarvexConfigProtocol ();
+  if (EFI_ERROR (Status)) {
+    return Status;
+  }
+
+  Status = InitializeCommandStatus (ppCommandStatus);
+  if (EFI_ERROR (Status)) {
+    DEBUG ((DEBUG_ERROR, "%a:Fail to InitializeCommandStatus:%r\n", pCaller, Status));
+  }
+
+  return Status;
 }

@@ -12,6 +12,11 @@ extern NVM_DIMM_CONFIG_PROTOCOL  *mNvmDimmConfigProtocol;
 
 EFI_STATUS EFIAPI LocateCarvexConfigProtocol (VOID);
 
+// The first steps of a change request: locate the protocol, then create the
+// command status the call fills in. A failure is logged under pCaller (the
+// calling function's __func__) and leaves nothing to free.
+EFI_STATUS EFIAPI PrepareCommand (IN CONST CHAR8 *pCaller, OUT COMMAND_STATUS **ppCommandStatus);
+
 // The client layer's queries and operations over the protocol.
 #include "Capacity.h"
 #include "Convert.h"

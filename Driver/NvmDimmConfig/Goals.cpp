@@ -64,15 +64,8 @@ CreateGoal (
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
 
-  Status = LocateCarvexConfigProtocol ();
+  Status = PrepareCommand (__func__, &pCommandStatus);
   if (EFI_ERROR (Status)) {
-    return Status;
-  }
-
-  pCommandStatus = NULL;
-  Status         = InitializeCommandStatus (&pCommandStatus);
-  if (EFI_ERROR (Status)) {
-    DEBUG ((DEBUG_ERROR, "%a:Fail to InitializeCommandStatus:%r\n", __func__, Status));
     return Status;
   }
 
@@ -119,15 +112,8 @@ DeleteGoal (
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
 
-  Status = LocateCarvexConfigProtocol ();
+  Status = PrepareCommand (__func__, &pCommandStatus);
   if (EFI_ERROR (Status)) {
-    return Status;
-  }
-
-  pCommandStatus = NULL;
-  Status         = InitializeCommandStatus (&pCommandStatus);
-  if (EFI_ERROR (Status)) {
-    DEBUG ((DEBUG_ERROR, "%a:Fail to InitializeCommandStatus:%r\n", __func__, Status));
     return Status;
   }
 

@@ -77,15 +77,8 @@ GetNamespaceDetails (
 
   *pNamespaceCount = 0;
   *ppNamespaces    = NULL;
-  Status           = LocateCarvexConfigProtocol ();
+  Status           = PrepareCommand (__func__, &pCommandStatus);
   if (EFI_ERROR (Status)) {
-    return Status;
-  }
-
-  pCommandStatus = NULL;
-  Status         = InitializeCommandStatus (&pCommandStatus);
-  if (EFI_ERROR (Status)) {
-    DEBUG ((DEBUG_ERROR, "%a:Fail to InitializeCommandStatus:%r\n", __func__, Status));
     return Status;
   }
 
@@ -151,15 +144,8 @@ CreateNamespace (
     return EFI_INVALID_PARAMETER;
   }
 
-  Status = LocateCarvexConfigProtocol ();
+  Status = PrepareCommand (__func__, &pCommandStatus);
   if (EFI_ERROR (Status)) {
-    return Status;
-  }
-
-  pCommandStatus = NULL;
-  Status         = InitializeCommandStatus (&pCommandStatus);
-  if (EFI_ERROR (Status)) {
-    DEBUG ((DEBUG_ERROR, "%a:Fail to InitializeCommandStatus:%r\n", __func__, Status));
     return Status;
   }
 
@@ -227,15 +213,8 @@ ModifyNamespace (
   COMMAND_STATUS  *pCommandStatus;
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
-  Status = LocateCarvexConfigProtocol ();
+  Status = PrepareCommand (__func__, &pCommandStatus);
   if (EFI_ERROR (Status)) {
-    return Status;
-  }
-
-  pCommandStatus = NULL;
-  Status         = InitializeCommandStatus (&pCommandStatus);
-  if (EFI_ERROR (Status)) {
-    DEBUG ((DEBUG_ERROR, "%a:Fail to InitializeCommandStatus:%r\n", __func__, Status));
     return Status;
   }
 
@@ -265,15 +244,8 @@ DeleteNamespace (
   COMMAND_STATUS  *pCommandStatus;
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
-  Status = LocateCarvexConfigProtocol ();
+  Status = PrepareCommand (__func__, &pCommandStatus);
   if (EFI_ERROR (Status)) {
-    return Status;
-  }
-
-  pCommandStatus = NULL;
-  Status         = InitializeCommandStatus (&pCommandStatus);
-  if (EFI_ERROR (Status)) {
-    DEBUG ((DEBUG_ERROR, "%a:Fail to InitializeCommandStatus:%r\n", __func__, Status));
     return Status;
   }
 

@@ -188,15 +188,8 @@ SetSystemSecurityState (
     return EFI_INVALID_PARAMETER;
   }
 
-  Status = LocateCarvexConfigProtocol ();
+  Status = PrepareCommand (__func__, &pCommandStatus);
   if (EFI_ERROR (Status)) {
-    return Status;
-  }
-
-  pCommandStatus = NULL;
-  Status         = InitializeCommandStatus (&pCommandStatus);
-  if (EFI_ERROR (Status)) {
-    DEBUG ((DEBUG_ERROR, "%a:Fail to InitializeCommandStatus:%r\n", __func__, Status));
     return Status;
   }
 

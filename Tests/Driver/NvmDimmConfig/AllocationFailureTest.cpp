@@ -100,7 +100,10 @@ const Scenario  kScenarios[] = {
       return FirstError ({ GetPendingGoalDetails (&mPendingGoal),
                            CreateGoal (nullptr, 0, Sockets, 1, GOAL_MEMORY_TYPE_APP_DIRECT, 50, &NvmStatus),
                            DeleteGoal (nullptr, 0, nullptr, 0) });
-    }, EFI_SUCCESS, 0, { { 1, "GetPendingGoalDetails:Fail to InitializeCommandStatus:Out of Resources\n" } } },
+    }, EFI_SUCCESS, 0,
+    { { 1, "GetPendingGoalDetails:Fail to InitializeCommandStatus:Out of Resources\n" },
+      { 2, "CreateGoal:Fail to InitializeCommandStatus:Out of Resources\n" },
+      { 3, "DeleteGoal:Fail to InitializeCommandStatus:Out of Resources\n" } } },
   { "SecureEraseDuringScrub", TwoModules, [] {
       CHAR16 Passphrase[] = u"secret";
       UINT16 NvmStatus = 0;
