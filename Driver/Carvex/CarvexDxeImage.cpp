@@ -5,22 +5,4 @@
 #include "Carvex.h"
 #include <Library/UefiDriverEntryPoint.h>
 
-VOID
-EFIAPI
-ProcessLibraryConstructorList (
-  IN EFI_HANDLE        ImageHandle,
-  IN EFI_SYSTEM_TABLE  *SystemTable
-  )
-{
-  ProcessCommonLibraryConstructors (ImageHandle, SystemTable);
-}
-
-EFI_STATUS
-EFIAPI
-ProcessModuleEntryPointList (
-  IN EFI_HANDLE        ImageHandle,
-  IN EFI_SYSTEM_TABLE  *SystemTable
-  )
-{
-  return CarvexEntryPoint (ImageHandle, SystemTable);
-}
+CARVEX_IMAGE_ENTRY (CarvexEntryPoint)

@@ -1,7 +1,8 @@
 /** @file
   Image entry: the loader calls _ModuleEntryPoint, which runs the image's
   library constructors and then its entry point. Each image provides the two
-  Process* functions (what EDK II's build generates).
+  Process* functions (what EDK II's build generates), normally through
+  CARVEX_IMAGE_ENTRY.
 **/
 #ifndef LIBRARY_UEFI_DRIVER_ENTRY_POINT_H_
 #define LIBRARY_UEFI_DRIVER_ENTRY_POINT_H_
@@ -24,5 +25,29 @@ EFI_STATUS EFIAPI ProcessModuleEntryPointList (IN EFI_HANDLE ImageHandle, IN EFI
 // Runs the constructors every image shares (service tables, debug sink, PCD)
 // in that order; an image's ProcessLibraryConstructorList calls it first.
 VOID EFIAPI ProcessCommonLibraryConstructors (IN EFI_HANDLE ImageHandle, IN EFI_SYSTEM_TABLE *SystemTable);
+
+// Defines an image's two Process* functions: the shared constructors, then
+// EntryFunction (an EFI_IMAGE_ENTRY_POINT). Written once per image, at file
+// scope, without a trailing semicolon.
+#define CARVEX_IMAGE_ENTRY(EntryFunction)                         \
+  VOID                                                            \
+  EFIAPI                                                          \
+  ProcessLibraryConstructorList (                                 \
+    IN EFI_HANDLE        ImageHandle,                             \
+    IN EFI_SYSTEM_TABLE  *SystemTable                             \
+    )                                                             \
+  {                                                               \
+    ProcessCommonLibraryConstructors (ImageHandle, SystemTable);  \
+  }                                                               \
+                                                                  \
+  EFI_STATUS                                                      \
+  EFIAPI                                                          \
+  ProcessModuleEntryPointList (                                   \
+    IN EFI_HANDLE        ImageHandle,                             \
+    IN EFI_SYSTEM_TABLE  *SystemTable                             \
+    )                                                             \
+  {                                                               \
+    return EntryFunction (ImageHandle, SystemTable);              \
+  }
 
 #endif

@@ -59,19 +59,10 @@ STATIC CARVEX_CLIENT_PROBE_PROTOCOL  mClientProbe = {
   ClientProbeFreePool,
 };
 
-VOID
-EFIAPI
-ProcessLibraryConstructorList (
-  IN EFI_HANDLE        ImageHandle,
-  IN EFI_SYSTEM_TABLE  *SystemTable
-  )
-{
-  ProcessCommonLibraryConstructors (ImageHandle, SystemTable);
-}
-
+STATIC
 EFI_STATUS
 EFIAPI
-ProcessModuleEntryPointList (
+ClientProbeEntryPoint (
   IN EFI_HANDLE        ImageHandle,
   IN EFI_SYSTEM_TABLE  *SystemTable
   )
@@ -83,3 +74,5 @@ ProcessModuleEntryPointList (
   Handle = NULL;
   return gBS->InstallProtocolInterface (&Handle, &gCarvexClientProbeProtocolGuid, EFI_NATIVE_INTERFACE, &mClientProbe);
 }
+
+CARVEX_IMAGE_ENTRY (ClientProbeEntryPoint)

@@ -59,14 +59,18 @@ ReadMode (
 }
 
 EFI_STATUS
+EFIAPI
 SimTestImageEntry (
-  VOID
+  IN EFI_HANDLE       ImageHandle,
+  IN EFI_SYSTEM_TABLE *SystemTable
   )
 {
   EFI_HANDLE  Handle;
   EFI_EVENT   Event;
   EFI_STATUS  Status;
 
+  (VOID)ImageHandle;
+  (VOID)SystemTable;
   mEntryCount++;
   DEBUG ((DEBUG_INFO, "SimTestImage: entry %u\n", mEntryCount));
 
@@ -101,24 +105,4 @@ SimTestImageEntry (
 
 }  // namespace
 
-VOID
-EFIAPI
-ProcessLibraryConstructorList (
-  IN EFI_HANDLE       ImageHandle,
-  IN EFI_SYSTEM_TABLE *SystemTable
-  )
-{
-  ProcessCommonLibraryConstructors (ImageHandle, SystemTable);
-}
-
-EFI_STATUS
-EFIAPI
-ProcessModuleEntryPointList (
-  IN EFI_HANDLE       ImageHandle,
-  IN EFI_SYSTEM_TABLE *SystemTable
-  )
-{
-  (VOID)ImageHandle;
-  (VOID)SystemTable;
-  return SimTestImageEntry ();
-}
+CARVEX_IMAGE_ENTRY (SimTestImageEntry)
