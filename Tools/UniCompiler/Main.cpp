@@ -3,6 +3,7 @@
 #include "../Common/ByteArraySource.h"
 #include "../Common/Diagnostic.h"
 #include "../Common/FileIo.h"
+#include "../Common/ToolMain.h"
 #include "StringPackage.h"
 #include "UniParser.h"
 
@@ -14,6 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
+const char kTool[] = "carvex-unic";
 const char kUsage[] = "usage: carvex-unic [options] <file.uni> [<translations.uni>...]\n"
                       "  the first file declares the languages and the identifiers; later files\n"
                       "  may only add texts of identifiers it declares, in languages it declares\n"
@@ -62,11 +64,7 @@ bool parseArgs (int argc, char **argv, Options &o) {
 }
 
 bool write (const std::string &path, const std::string &content) {
-  if (!carvex::tools::writeFileIfChanged (path, content)) {
-    std::cerr << "carvex-unic: error: cannot write " << path << "\n";
-    return false;
-  }
-  return true;
+  return carvex::tools::writeOutput (kTool, path, content);
 }
 
 } // namespace
@@ -77,7 +75,7 @@ int main (int argc, char **argv) {
     std::cerr << kUsage;
     return 2;
   }
-  try {
+  return carvex::tools::runTool (kTool, [&] {
     const auto bytes = carvex::tools::readFile (o.input);
     if (!bytes) {
       throw carvex::tools::CompileError ({o.input, 0}, "cannot read file");
@@ -103,12 +101,6 @@ int main (int argc, char **argv) {
     if (ok && !o.binary.empty ()) {
       ok = write (o.binary, std::string (packages.begin (), packages.end ()));
     }
-    return ok ? 0 : 1;
-  } catch (const carvex::tools::CompileError &e) {
-    std::cerr << e.format () << "\n";
-    return 1;
-  } catch (const std::exception &e) {
-    std::cerr << "carvex-unic: error: " << e.what () << "\n";
-    return 1;
-  }
+    return ok;
+  });
 }

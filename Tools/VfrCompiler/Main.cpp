@@ -2,6 +2,7 @@
 // package and a header of its identifiers.
 #include "../Common/ByteArraySource.h"
 #include "../Common/FileIo.h"
+#include "../Common/ToolMain.h"
 #include "FormParser.h"
 #include "IdHeader.h"
 #include "IfrEncoder.h"
@@ -15,8 +16,8 @@
 namespace {
 
 namespace fs = std::filesystem;
-using carvex::tools::CompileError;
 
+const char kTool[] = "carvex-vfrc";
 const char kUsage[] = "usage: carvex-vfrc [options] <file.vfr>\n"
                       "  -I <dir>             add an include folder (repeatable)\n"
                       "  -D <NAME>[=<value>]  define a macro (default value 1)\n"
@@ -93,11 +94,7 @@ bool parseArgs (int argc, char **argv, Options &o) {
 }
 
 bool write (const std::string &path, const std::string &content) {
-  if (!carvex::tools::writeFileIfChanged (path, content)) {
-    std::cerr << "carvex-vfrc: error: cannot write " << path << "\n";
-    return false;
-  }
-  return true;
+  return carvex::tools::writeOutput (kTool, path, content);
 }
 
 } // namespace
@@ -108,7 +105,7 @@ int main (int argc, char **argv) {
     std::cerr << kUsage;
     return 2;
   }
-  try {
+  return carvex::tools::runTool (kTool, [&] {
     carvex::vfr::Preprocessor pp (o.pp);
     const auto                tokens = pp.run (o.input);
     auto                      formSet = carvex::vfr::FormParser (tokens, o.input).parse ();
@@ -131,12 +128,6 @@ int main (int argc, char **argv) {
     if (ok && !o.depfile.empty ()) {
       ok = write (o.depfile, carvex::tools::renderDepfile (cppPath, pp.filesRead ()));
     }
-    return ok ? 0 : 1;
-  } catch (const CompileError &e) {
-    std::cerr << e.format () << "\n";
-    return 1;
-  } catch (const std::exception &e) {
-    std::cerr << "carvex-vfrc: error: " << e.what () << "\n";
-    return 1;
-  }
+    return ok;
+  });
 }
