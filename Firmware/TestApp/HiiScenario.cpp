@@ -9,6 +9,7 @@
 **/
 #include "HiiScenario.h"
 #include "HiiConfigText.h"
+#include "ScenarioHelpers.h"
 #include "TestReport.h"
 
 #include <HiiSampleBin.h>
@@ -51,30 +52,6 @@ typedef struct {
   EFI_HANDLE                         DriverHandle;
 } HII_CONTEXT;
 
-UINT32
-ReadUint32 (
-  IN CONST UINT8  *Bytes
-  )
-{
-  return (UINT32)Bytes[0] | ((UINT32)Bytes[1] << 8) | ((UINT32)Bytes[2] << 16) | ((UINT32)Bytes[3] << 24);
-}
-
-BOOLEAN
-BytesEqual (
-  IN CONST UINT8  *First,
-  IN CONST UINT8  *Second,
-  IN UINTN        Size
-  )
-{
-  for (UINTN Index = 0; Index < Size; Index++) {
-    if (First[Index] != Second[Index]) {
-      return FALSE;
-    }
-  }
-
-  return TRUE;
-}
-
 BOOLEAN
 SameStore (
   IN CONST HII_SAMPLE_VAR  *First,
@@ -82,16 +59,6 @@ SameStore (
   )
 {
   return BytesEqual (reinterpret_cast<CONST UINT8 *> (First), reinterpret_cast<CONST UINT8 *> (Second), sizeof (*First));
-}
-
-VOID *
-Locate (
-  IN EFI_GUID  *Guid
-  )
-{
-  VOID  *Interface;
-
-  return EFI_ERROR (gFwBS->LocateProtocol (Guid, NULL, &Interface)) ? NULL : Interface;
 }
 
 // Starts HiiSampleDxe and finds its handle and test protocol.

@@ -11,6 +11,7 @@
 #include "DebugLogSpy.h"
 #include "ExpectedVariables.h"
 #include "Platform.h"
+#include "ScenarioHelpers.h"
 #include "TestReport.h"
 
 #include <CarvexSetupBin.h>
@@ -36,40 +37,6 @@ CONST CHAR8 *CONST  mWatchedLines[] = { mInstallLog, mExtractLog, NULL };
 CHAR16  mSlot0[] = u"0";
 CHAR16  mSlot1[] = u"1";
 CHAR16  mSlot2[] = u"2";
-
-UINT32
-ReadUint32 (
-  IN CONST UINT8  *Bytes
-  )
-{
-  return (UINT32)Bytes[0] | ((UINT32)Bytes[1] << 8) | ((UINT32)Bytes[2] << 16) | ((UINT32)Bytes[3] << 24);
-}
-
-BOOLEAN
-BytesEqual (
-  IN CONST UINT8  *First,
-  IN CONST UINT8  *Second,
-  IN UINTN        Size
-  )
-{
-  for (UINTN Index = 0; Index < Size; Index++) {
-    if (First[Index] != Second[Index]) {
-      return FALSE;
-    }
-  }
-
-  return TRUE;
-}
-
-VOID *
-Locate (
-  IN EFI_GUID  *Guid
-  )
-{
-  VOID  *Interface;
-
-  return EFI_ERROR (gFwBS->LocateProtocol (Guid, NULL, &Interface)) ? NULL : Interface;
-}
 
 BOOLEAN
 LocateServices (

@@ -6,6 +6,7 @@
 **/
 #include "SetupFormScenario.h"
 #include "HiiConfigText.h"
+#include "ScenarioHelpers.h"
 #include "TestReport.h"
 #include <NvmDimmRecords.h>
 #include <Protocol/DevicePath.h>
@@ -29,14 +30,6 @@
 namespace {
 
 CONST CHAR16  mSetupVarName[] = u"SetupVar";
-
-UINT32
-ReadUint32 (
-  IN CONST UINT8  *Bytes
-  )
-{
-  return (UINT32)Bytes[0] | ((UINT32)Bytes[1] << 8) | ((UINT32)Bytes[2] << 16) | ((UINT32)Bytes[3] << 24);
-}
 
 // GUID=<bytes>&NAME=<characters>&PATH=<bytes>, lowercase hexadecimal: GUID
 // and path bytes in memory order, each name character as four digits.
