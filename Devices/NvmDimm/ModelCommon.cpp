@@ -7,38 +7,6 @@
 #include <Library/BaseMemoryLib.h>
 #include <Library/MemoryAllocationLib.h>
 
-UINTN
-NvmStrLen (
-  IN CONST CHAR16  *String,
-  IN UINTN         Max
-  )
-{
-  UINTN  Length;
-
-  if (String == NULL) {
-    return 0;
-  }
-  for (Length = 0; Length < Max && String[Length] != 0; Length++) {
-  }
-  return Length;
-}
-
-UINTN
-NvmAsciiLen (
-  IN CONST CHAR8  *String,
-  IN UINTN        Max
-  )
-{
-  UINTN  Length;
-
-  if (String == NULL) {
-    return 0;
-  }
-  for (Length = 0; Length < Max && String[Length] != 0; Length++) {
-  }
-  return Length;
-}
-
 BOOLEAN
 NvmStrEqual (
   IN CONST CHAR16  *First,

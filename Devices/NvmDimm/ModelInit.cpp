@@ -3,6 +3,7 @@
   was read back from storage.
 **/
 #include "NvmDimmInternal.h"
+#include <Library/BaseLib.h>
 #include <Library/BaseMemoryLib.h>
 
 #define DEFAULT_VENDOR_ID            0x4A53
@@ -78,7 +79,7 @@ InitializeDimm (
   {
     return EFI_INVALID_PARAMETER;
   }
-  PassphraseLength = NvmStrLen (Description->Passphrase, ARRAY_SIZE (Description->Passphrase));
+  PassphraseLength = StrnLenS (Description->Passphrase, ARRAY_SIZE (Description->Passphrase));
   if (PassphraseLength == ARRAY_SIZE (Description->Passphrase) ||
       (Description->SecurityEnabled && PassphraseLength == 0))
   {
@@ -253,9 +254,9 @@ DimmConsistent (
   UINT64  Sum;
 
   if (Dimm->DimmId == 0 || Dimm->SocketId >= NVM_MAX_SOCKETS || !Model->Sockets[Dimm->SocketId].Present ||
-      NvmStrLen (Dimm->DeviceLocator, ARRAY_SIZE (Dimm->DeviceLocator)) == ARRAY_SIZE (Dimm->DeviceLocator) ||
-      NvmStrLen (Dimm->DimmUid, ARRAY_SIZE (Dimm->DimmUid)) == ARRAY_SIZE (Dimm->DimmUid) ||
-      NvmStrLen (Dimm->Passphrase, ARRAY_SIZE (Dimm->Passphrase)) == ARRAY_SIZE (Dimm->Passphrase) ||
+      StrnLenS (Dimm->DeviceLocator, ARRAY_SIZE (Dimm->DeviceLocator)) == ARRAY_SIZE (Dimm->DeviceLocator) ||
+      StrnLenS (Dimm->DimmUid, ARRAY_SIZE (Dimm->DimmUid)) == ARRAY_SIZE (Dimm->DimmUid) ||
+      StrnLenS (Dimm->Passphrase, ARRAY_SIZE (Dimm->Passphrase)) == ARRAY_SIZE (Dimm->Passphrase) ||
       Dimm->PercentageRemaining > 100 || Dimm->AlarmThreshold > 100)
   {
     return FALSE;
@@ -325,7 +326,7 @@ NvmModelValidate (
       continue;
     }
     if (Namespace->NamespaceId == 0 || !RegionExists (Model, Namespace->RegionId) ||
-        NvmAsciiLen (Namespace->Name, ARRAY_SIZE (Namespace->Name)) == ARRAY_SIZE (Namespace->Name) ||
+        AsciiStrnLenS (Namespace->Name, ARRAY_SIZE (Namespace->Name)) == ARRAY_SIZE (Namespace->Name) ||
         Namespace->BlockSize == 0)
     {
       return EFI_VOLUME_CORRUPTED;

@@ -23,7 +23,7 @@ NameValid (
   IN CONST CHAR8  *Name
   )
 {
-  return Name != NULL && NvmAsciiLen (Name, NAMESPACE_NAME_LENGTH) < NAMESPACE_NAME_LENGTH;
+  return Name != NULL && AsciiStrnLenS (Name, NAMESPACE_NAME_LENGTH) < NAMESPACE_NAME_LENGTH;
 }
 
 STATIC

@@ -26,8 +26,6 @@ VOID NvmAddObjectStatus (IN COMMAND_STATUS *CommandStatus OPTIONAL, IN UINT32 Ob
 EFI_STATUS NvmReturn (IN COMMAND_STATUS *CommandStatus OPTIONAL, IN EFI_STATUS Status, IN UINT16 NvmStatus);
 
 // Bounded text helpers (the model's fields are fixed arrays).
-UINTN NvmStrLen (IN CONST CHAR16 *String, IN UINTN Max);
-UINTN NvmAsciiLen (IN CONST CHAR8 *String, IN UINTN Max);
 BOOLEAN NvmStrEqual (IN CONST CHAR16 *First, IN CONST CHAR16 *Second, IN UINTN Max);
 VOID NvmStrCopy (OUT CHAR16 *Destination, IN UINTN DestinationMax, IN CONST CHAR16 *Source);
 // Writes Value in decimal (Digits 0) or as Digits upper-case hex digits.

@@ -4,6 +4,7 @@
   cycle.
 **/
 #include "NvmDimmInternal.h"
+#include <Library/BaseLib.h>
 #include <Library/BaseMemoryLib.h>
 
 typedef struct {
@@ -35,7 +36,7 @@ NewPassphraseValid (
 {
   UINTN  Length;
 
-  Length = NvmStrLen (NewPassphrase, NVM_PASSPHRASE_MAX + 1);
+  Length = StrnLenS (NewPassphrase, NVM_PASSPHRASE_MAX + 1);
   return NewPassphrase != NULL && Length != 0 && Length <= NVM_PASSPHRASE_MAX;
 }
 
@@ -48,7 +49,7 @@ PassphraseAccepted (
   IN     CONST CHAR16    *Passphrase
   )
 {
-  if (NvmStrLen (Passphrase, NVM_PASSPHRASE_MAX + 1) <= NVM_PASSPHRASE_MAX &&
+  if (StrnLenS (Passphrase, NVM_PASSPHRASE_MAX + 1) <= NVM_PASSPHRASE_MAX &&
       NvmStrEqual (Passphrase, Dimm->Passphrase, NVM_PASSPHRASE_MAX + 1))
   {
     return TRUE;
