@@ -55,6 +55,11 @@ void AddCommonOptions(CLI::App& app, CommonOptions& options) {
       ->capture_default_str();
   app.add_flag("--no-vendor-driver", options.noVendorDriver,
                "Boot without the module vendor's driver (no NVM DIMM config protocol)");
+  app.add_option("--image", options.extraImages,
+                 "A further firmware image (host shared object) to load after the driver; repeatable")
+      ->check(CLI::ExistingFile);
+  app.add_flag("--sample-forms", options.sampleForms,
+               "Also load the sample driver with its small form set (a demo of setup and HII)");
 }
 
 int RunBootCommand(const CommonOptions& common, const BootCommandOptions& options) {

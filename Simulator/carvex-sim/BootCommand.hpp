@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -17,6 +18,8 @@ struct CommonOptions {
   std::string capabilityMask = "0x30";
   bool noVendorDriver = false;
   std::filesystem::path platformFile;  // empty: the embedded board
+  std::vector<std::filesystem::path> extraImages;  // loaded after the driver, in order
+  bool sampleForms = false;                        // the HII sample driver, for a demo
 };
 
 struct BootCommandOptions {

@@ -35,6 +35,16 @@ SimMachine::SimMachine(const CommonOptions& options, bool withClientProbe, std::
   settings.images.emplace_back(CARVEX_SIM_BmcVeskDxe);
 #endif
   settings.images.emplace_back(CARVEX_SIM_CarvexDxe);
+  if (options.sampleForms) {
+#ifdef CARVEX_SIM_HiiSampleDxe
+    settings.images.emplace_back(CARVEX_SIM_HiiSampleDxe);
+#else
+    throw std::invalid_argument("--sample-forms: this build has no sample driver image");
+#endif
+  }
+  for (const auto& image : options.extraImages) {
+    settings.images.push_back(image);
+  }
   if (withClientProbe) {
     settings.images.push_back(devices::ClientProbeImagePath());
   }
