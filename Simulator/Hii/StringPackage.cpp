@@ -121,7 +121,8 @@ class BlockReader {
   }
 
  private:
-  bool Has(std::size_t count) const { return count <= length_ - pos_; }
+  // A block's fixed prefix may already have carried pos_ past the end.
+  bool Has(std::size_t count) const { return pos_ <= length_ && count <= length_ - pos_; }
 
   bool Add(std::vector<std::optional<std::u16string>>& strings, std::optional<std::u16string> text) {
     if (strings.size() >= kMaxStringId) {
