@@ -3,6 +3,7 @@
   version and persistent memory type texts.
 **/
 #include "Convert.h"
+#include <Library/HiiLib.h>
 #include "TextParse.h"
 #include "Utility.h"
 #include <Library/BaseLib.h>
@@ -252,12 +253,9 @@ GetDecimalSeparator (
   IN EFI_HII_HANDLE  HiiHandle
   )
 {
-  // Until the HII string library is in place this returns the en-US text of
-  // STR_DECIMAL_SEPARATOR, which is what the string package holds; it will
-  // read that string with HiiGetString (HiiHandle, STR_DECIMAL_SEPARATOR,
-  // "en-US").
-  (VOID)HiiHandle;
-  return (CHAR16 *)AllocateCopyPool (sizeof (u"."), u".");
+  // The setup string package's separator, always in en-US: typed capacities
+  // are parsed the same way whatever language the browser shows.
+  return HiiGetString (HiiHandle, STR_DECIMAL_SEPARATOR, "en-US");
 }
 
 EFI_STATUS

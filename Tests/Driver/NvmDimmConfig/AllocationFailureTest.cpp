@@ -9,6 +9,7 @@
 #include <map>
 
 #include "../FakePlatform.h"
+#include "../Setup/FakeHiiBox.h"
 #include <NvmDimmConfig/Convert.h>
 #include <NvmDimmConfig/DimmInventory.h>
 #include <NvmDimmConfig/Goals.h>
@@ -122,7 +123,7 @@ const Scenario  kScenarios[] = {
   { "TypedCapacity", TwoModules, [] {
       CHAR16 Text[] = u" 1.50";
       UINT64 Bytes = 0;
-      return ConvertCapacityStrToBytes (nullptr, CAPACITY_UNITS_GIB, Text, &Bytes);
+      return ConvertCapacityStrToBytes (kFakeHiiHandle, CAPACITY_UNITS_GIB, Text, &Bytes);
     }, EFI_SUCCESS, 0, { { 1, "ConvertCapacityStrToBytes:StringToDouble Not Found\n" } } },
   { "MemoryTypeText", TwoModules, [] {
       CHAR16 *Text = nullptr;
@@ -148,6 +149,8 @@ TEST_P (AllocationFailure, EachAllocationFailing_ReportedWithoutLeak)
 {
   const Scenario &S = GetParam ();
   FakePlatform Fake;
+  FakeHiiBox   Box;
+  Box.Texts[{ "en-US", STR_DECIMAL_SEPARATOR }] = u".";
   for (UINTN FailAt = 1; ; FailAt++) {
     ASSERT_LT (FailAt, 200u) << "the scenario never ran through";
     S.Setup (Fake);

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "../FakePlatform.h"
+#include "../Setup/FakeHiiBox.h"
 #include <NvmDimmConfig/Convert.h>
 #include <Library/MemoryAllocationLib.h>
 
@@ -67,6 +68,8 @@ struct TypedCapacity {
 TEST (ConvertCapacityStrToBytes, TypedTexts_BytesOrRefusal)
 {
   FakePlatform Fake;
+  FakeHiiBox   Box;
+  Box.Texts[{ "en-US", STR_DECIMAL_SEPARATOR }] = u".";
   const TypedCapacity Cases[] = {
     { u"1.50", CAPACITY_UNITS_GIB, EFI_SUCCESS, 1610612736, "1.5" },
     { u"2", CAPACITY_UNITS_MIB, EFI_SUCCESS, 2097152, "2" },
@@ -91,7 +94,7 @@ TEST (ConvertCapacityStrToBytes, TypedTexts_BytesOrRefusal)
   for (const TypedCapacity &Case : Cases) {
     std::u16string Text (Case.Typed);
     UINT64 Bytes = 0;
-    EXPECT_EQ (ConvertCapacityStrToBytes (nullptr, Case.Units, Text.data (), &Bytes), Case.Status) << Utf8 (Case.Typed);
+    EXPECT_EQ (ConvertCapacityStrToBytes (kFakeHiiHandle, Case.Units, Text.data (), &Bytes), Case.Status) << Utf8 (Case.Typed);
     if (Case.Status == EFI_SUCCESS) {
       EXPECT_EQ (Bytes, Case.Bytes) << Utf8 (Case.Typed);
     }
@@ -101,6 +104,31 @@ TEST (ConvertCapacityStrToBytes, TypedTexts_BytesOrRefusal)
 
   EXPECT_TRUE (Fake.Logged (DEBUG_ERROR, "ConvertCapacityStrToBytes:StringToDouble Invalid Parameter\n"));
   EXPECT_TRUE (Fake.Logged (DEBUG_ERROR, "ConvertCapacityStrToBytes:ConvertToBytes Bad Buffer Size\n"));
+  EXPECT_TRUE (Fake.Live.empty ());
+}
+
+TEST (ConvertCapacityStrToBytes, Separator_ReadFromTheStringPackageInEnglish)
+{
+  FakePlatform Fake;
+  FakeHiiBox   Box;
+  UINT64       Bytes;
+
+  // The package decides: with "," as the en-US separator, "1,5" is a number
+  // and "1.5" is not; the browser's language plays no part.
+  Box.Languages = { "en-US", "fr-FR" };
+  Box.Texts[{ "en-US", STR_DECIMAL_SEPARATOR }] = u",";
+  Box.Texts[{ "fr-FR", STR_DECIMAL_SEPARATOR }] = u".";
+  std::u16string Comma (u"1,5");
+  Bytes = 0;
+  EXPECT_EQ (ConvertCapacityStrToBytes (kFakeHiiHandle, CAPACITY_UNITS_GIB, Comma.data (), &Bytes), EFI_SUCCESS);
+  EXPECT_EQ (Bytes, 1610612736u);
+  std::u16string Dot (u"1.5");
+  EXPECT_EQ (ConvertCapacityStrToBytes (kFakeHiiHandle, CAPACITY_UNITS_GIB, Dot.data (), &Bytes), EFI_INVALID_PARAMETER);
+
+  // Without the string there is nothing to parse with.
+  Box.Texts.clear ();
+  std::u16string Plain (u"2");
+  EXPECT_EQ (ConvertCapacityStrToBytes (kFakeHiiHandle, CAPACITY_UNITS_GIB, Plain.data (), &Bytes), EFI_NOT_FOUND);
   EXPECT_TRUE (Fake.Live.empty ());
 }
 
