@@ -8,15 +8,51 @@
 #include <NvmDimmConfig/Convert.h>
 #include <NvmDimmConfig/TextParse.h>
 
+#include <HiiServices.hpp>
+#include <Protocol/HiiDatabase.h>
+
 #include "FakeUefi.hpp"
 #include "FuzzSupport.hpp"
+#include "HiiTestPackages.hpp"
 
 namespace {
 
-FakeUefi& Uefi() {
-  static FakeUefi* uefi = new FakeUefi();  // pool for the driver, for the process
-  return *uefi;
+// Pool for the driver and a string package holding the decimal separator
+// where the setup package keeps it, so that parsing gets past it.
+struct Platform {
+  Platform() {
+    if (hii.Install() != EFI_SUCCESS) {
+      carvex::fuzz::Fail("HII services did not install");
+    }
+    hiitest::Strings strings(STR_DECIMAL_SEPARATOR, std::nullopt);
+    strings[STR_DECIMAL_SEPARATOR - 1].emplace(1, u'.');
+    const hiitest::Bytes list = hiitest::PackageList(kListGuid, {hiitest::StringPackage("en-US", strings)});
+    EFI_HII_DATABASE_PROTOCOL* database = nullptr;
+    if (uefi.bootServices.LocateProtocol(&gEfiHiiDatabaseProtocolGuid, nullptr,
+                                         reinterpret_cast<VOID**>(&database)) != EFI_SUCCESS ||
+        database->NewPackageList(database, reinterpret_cast<const EFI_HII_PACKAGE_LIST_HEADER*>(list.data()),
+                                 uefi.NewHandle(), &handle) != EFI_SUCCESS) {
+      carvex::fuzz::Fail("the separator's string package was refused");
+    }
+    CHAR16 probe[] = u"1.5";
+    UINT64 bytes = 0;
+    if (ConvertCapacityStrToBytes(handle, CAPACITY_UNITS_GIB, probe, &bytes) != EFI_SUCCESS || bytes != 1610612736u) {
+      carvex::fuzz::Fail("the parser does not read the separator from the string package");
+    }
+  }
+
+  static constexpr EFI_GUID kListGuid = {0x6c2f14a1, 0x0b7e, 0x4d3a, {0x9a, 0x51, 0x2e, 0x83, 0x44, 0x10, 0xc7, 0x5d}};
+  FakeUefi uefi;
+  carvex::sim::HiiServices hii{&uefi.bootServices, &uefi.runtimeServices};
+  EFI_HII_HANDLE handle = nullptr;
+};
+
+Platform& ThePlatform() {
+  static Platform* platform = new Platform();  // the driver's module-wide state lives for the process
+  return *platform;
 }
+
+FakeUefi& Uefi() { return ThePlatform().uefi; }
 
 // A NUL-terminated copy the callee may rewrite, sized exactly so that ASan
 // sees a read or write past the terminator.
@@ -40,7 +76,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   std::vector<CHAR16> typed = Buffer(text);
   UINT64 bytes = 0;
-  ConvertCapacityStrToBytes(nullptr, units, typed.data(), &bytes);
+  ConvertCapacityStrToBytes(ThePlatform().handle, units, typed.data(), &bytes);
 
   std::vector<CHAR16> number = Buffer(text);
   UINT64 value = 0;
