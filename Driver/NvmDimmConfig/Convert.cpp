@@ -3,11 +3,11 @@
   version and persistent memory type texts.
 **/
 #include "Convert.h"
-#include <Library/HiiLib.h>
 #include "TextParse.h"
 #include "Utility.h"
 #include <Library/BaseLib.h>
 #include <Library/DebugLib.h>
+#include <Library/HiiLib.h>
 #include <Library/MemoryAllocationLib.h>
 #include <Library/PrintLib.h>
 

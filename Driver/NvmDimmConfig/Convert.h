@@ -6,10 +6,7 @@
 #define NVM_DIMM_CONFIG_CONVERT_H_
 
 #include <Uefi.h>
-
-// A handle of the HII database: a pointer, as UEFI defines it. The same
-// typedef may appear again in the HII headers.
-typedef VOID *EFI_HII_HANDLE;
+#include <Uefi/UefiInternalFormRepresentation.h>
 
 // Capacity unit codes, shared with the setup variable's unit selector.
 #define CAPACITY_UNITS_B    2
