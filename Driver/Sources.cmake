@@ -3,6 +3,7 @@ set(CARVEX_DRIVER_DIR ${CMAKE_CURRENT_LIST_DIR})
 set(CARVEX_DRIVER_SOURCES
   ${CARVEX_DRIVER_DIR}/Carvex/Carvex.cpp
   ${CARVEX_DRIVER_DIR}/Carvex/CarvexPerfSync.cpp
+  ${CARVEX_DRIVER_DIR}/Carvex/SocketMemoryConfig.cpp
   ${CARVEX_DRIVER_DIR}/KIV/KivSetupEnter.cpp
   ${CARVEX_DRIVER_DIR}/NvmDimmConfig/CarvexConfig.cpp
   ${CARVEX_DRIVER_DIR}/NvmDimmConfig/NvmStatus.cpp
