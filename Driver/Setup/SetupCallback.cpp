@@ -54,6 +54,8 @@ STATIC CONST SETUP_CALLBACK_ROW  mChangingRows[] = {
   { 0, 0, NULL, FALSE }
 };
 
+// The delete-goal check boxes 0x2010..0x2017 carry no callback flag in the
+// form, so a CHANGED row for them never fires; the form keeps that layout.
 STATIC CONST SETUP_CALLBACK_ROW  mChangedRows[] = {
   { 0x0016, 0x0016, CheckCapacityRow, FALSE },
   { 0,      0,      NULL,             FALSE }
