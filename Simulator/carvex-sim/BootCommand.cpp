@@ -34,7 +34,7 @@ void PrintInspection(SimMachine& sim, const std::set<View>& views) {
               << "\n";
     return;
   }
-  PrintViews(std::cout, views, *sim.Inspection(), sim.devices().Bmc());
+  PrintViews(std::cout, views, *sim.Inspection(), sim.devices().Bmc(), sim.devices().Nvm());
 }
 
 }  // namespace
