@@ -3,6 +3,7 @@ set(CARVEX_DRIVER_DIR ${CMAKE_CURRENT_LIST_DIR})
 set(CARVEX_DRIVER_SOURCES
   ${CARVEX_DRIVER_DIR}/Carvex/Carvex.cpp
   ${CARVEX_DRIVER_DIR}/Carvex/CarvexPerfSync.cpp
+  ${CARVEX_DRIVER_DIR}/Carvex/SocketMemoryConfig.cpp
   ${CARVEX_DRIVER_DIR}/KIV/KivSetupEnter.cpp
   ${CARVEX_DRIVER_DIR}/NvmDimmConfig/CarvexConfig.cpp
   ${CARVEX_DRIVER_DIR}/NvmDimmConfig/NvmStatus.cpp
@@ -46,6 +47,7 @@ set(CARVEX_SETUP_SOURCES
   ${CARVEX_DRIVER_DIR}/Setup/CarvexSetup.cpp
   ${CARVEX_DRIVER_DIR}/Setup/SetupCallback.cpp
   ${CARVEX_DRIVER_DIR}/Setup/SetupMessageBox.cpp
+  ${CARVEX_DRIVER_DIR}/Setup/SetupThresholds.cpp
 )
 set_source_files_properties(${CARVEX_SETUP_SOURCES} PROPERTIES
   INCLUDE_DIRECTORIES "${CarvexSetupStrings_INCLUDE_DIR};${CarvexSetupForms_INCLUDE_DIR}")

@@ -6,6 +6,7 @@
 #include "../KIV/CarvexKiv.h"
 #include "../NvmDimmConfig/CarvexConfig.h"
 #include "../Setup/CarvexSetup.h"
+#include "../Setup/SetupThresholds.h"
 #include <Guid/CarvexVariables.h>
 #include <Library/DebugLib.h>
 #include <Library/PcdLib.h>
@@ -149,6 +150,10 @@ CarvexSaveSetting (
   EFI_STATUS  Status;
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
+  // The threshold is stored (and pushed to the modules) before the
+  // out-of-band save, and the performance profile taken from the platform
+  // after it.
+  SetupActionsForThresholds (THRESHOLD_ACTION_SAVE);
   Status = EFI_SUCCESS;
   CarvexSyncDcpmmPerfConfig (FALSE);
   DEBUG ((DEBUG_WARN, "%a:Exit:%r\n", __func__, Status));
@@ -164,6 +169,7 @@ CarvexDiscardSetting (
   EFI_STATUS  Status;
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
+  SetupActionsForThresholds (THRESHOLD_ACTION_DISCARD);
   Status = EFI_SUCCESS;
   DEBUG ((DEBUG_WARN, "%a:Exit:%r\n", __func__, Status));
   return Status;
@@ -178,6 +184,7 @@ CarvexLoadDefaultSetting (
   EFI_STATUS  Status;
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
+  SetupActionsForThresholds (THRESHOLD_ACTION_LOAD_DEFAULTS);
   Status = EFI_SUCCESS;
   DEBUG ((DEBUG_ERROR, "%a:Exit\n", __func__));
   return Status;

@@ -5,6 +5,7 @@
 **/
 #include "CarvexSetup.h"
 #include "CarvexSetupVar.h"
+#include "SetupThresholds.h"
 #include "../NvmDimmConfig/CarvexConfig.h"
 #include <Guid/CarvexVariables.h>
 #include <Library/BaseMemoryLib.h>
@@ -47,16 +48,36 @@ CheckCapacityRow (
   return SetupCheckIfInvalid ();
 }
 
+// The threshold page's link (entry) and editable threshold (changed) are
+// the two actions of the same name.
+STATIC
+EFI_STATUS
+EFIAPI
+ThresholdsRow (
+  IN EFI_QUESTION_ID         QuestionId,
+  IN UINT16                  Index,
+  IN OUT EFI_IFR_TYPE_VALUE  *Value
+  )
+{
+  (VOID)Index;
+  (VOID)Value;
+  return SetupActionsForThresholds (QuestionId);
+}
+
 // Tested in row order; the page builders and action handlers of the module
-// details, goal, region, namespace, security and threshold pages take their
-// rows here as they are added.
+// details, goal, region, namespace and security pages take their rows here
+// as they are added.
 STATIC CONST SETUP_CALLBACK_ROW  mChangingRows[] = {
-  { 0, 0, NULL, FALSE }
+  { THRESHOLD_ACTION_PAGE_ENTERED, THRESHOLD_ACTION_PAGE_ENTERED, ThresholdsRow, TRUE  },
+  { 0,                             0,                             NULL,          FALSE }
 };
 
+// The delete-goal check boxes 0x2010..0x2017 carry no callback flag in the
+// form, so a CHANGED row for them never fires; the form keeps that layout.
 STATIC CONST SETUP_CALLBACK_ROW  mChangedRows[] = {
-  { 0x0016, 0x0016, CheckCapacityRow, FALSE },
-  { 0,      0,      NULL,             FALSE }
+  { 0x0016,                         0x0016,                         CheckCapacityRow, FALSE },
+  { THRESHOLD_ACTION_VALUE_CHANGED, THRESHOLD_ACTION_VALUE_CHANGED, ThresholdsRow,    TRUE  },
+  { 0,                              0,                              NULL,             FALSE }
 };
 
 // The row that owns QuestionId, or NULL.

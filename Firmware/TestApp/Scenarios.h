@@ -33,6 +33,12 @@ SetupFormSet (
   IN UINT32  Boot
   );
 
+// A setup save through OVMF's variable services (ThresholdScenario.cpp).
+SCENARIO_RESULT
+SetupThresholds (
+  IN UINT32  Boot
+  );
+
 // The scenario of that name, or NULL.
 CONST SCENARIO *
 FindScenario (

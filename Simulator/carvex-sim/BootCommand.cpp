@@ -37,7 +37,7 @@ void PrintInspection(SimPlatform& platform, const std::set<View>& views) {
               << "\n";
     return;
   }
-  PrintViews(std::cout, views, *platform.Inspection(), platform.devices().Bmc());
+  PrintViews(std::cout, views, *platform.Inspection(), platform.devices().Bmc(), platform.devices().Nvm());
 }
 
 nlohmann::json InspectionJson(SimPlatform& platform, const std::set<View>& views) {

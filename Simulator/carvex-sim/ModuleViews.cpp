@@ -30,19 +30,31 @@ std::string HealthName(std::uint16_t health) {
   return health < 5 ? kNames[health] : std::to_string(health);
 }
 
-void PrintModules(std::ostream& out, const Inspection& inspection) {
+// "10% on": the module's percentage-remaining alarm threshold and whether
+// the alarm is enabled; "?" for a module the model does not know.
+std::string AlarmText(const NVM_MODEL& nvm, std::uint16_t dimmId) {
+  for (UINT32 index = 0; index < nvm.DimmCount && index < NVM_MAX_DIMMS; ++index) {
+    if (nvm.Dimms[index].DimmId == dimmId) {
+      return std::to_string(nvm.Dimms[index].AlarmThreshold) + "% " + (nvm.Dimms[index].AlarmEnabled ? "on" : "off");
+    }
+  }
+  return "?";
+}
+
+void PrintModules(std::ostream& out, const Inspection& inspection, const NVM_MODEL& nvm) {
   out << "Modules (GetDimmDetails: " << Plural(inspection.modules.size(), "module", "modules") << ")\n";
   if (inspection.modules.empty()) {
     out << "  (none)\n";
   } else {
-    TextTable identity({"ID>", "Socket>", "Locator", "Handle", "UID", "Firmware", "Health>", "Security", "Configured"});
+    TextTable identity(
+        {"ID>", "Socket>", "Locator", "Handle", "UID", "Firmware", "Health>", "Alarm>", "Security", "Configured"});
     TextTable capacity({"ID>", "Locator", "Capacity>", "Volatile>", "App Direct>", "Unconfigured>", "Reserved>",
                         "Inaccessible>"});
     for (const auto& module : inspection.modules) {
       const DIMM_DETAILS& d = module.details;
       identity.AddRow({std::to_string(d.DimmID), std::to_string(d.SocketId), module.locator, Hex(d.DimmHandle, 4),
                        module.uid, module.firmware, std::to_string(d.PercentageRemaining) + "%",
-                       SecurityName(d.SecurityState), d.Configured ? "yes" : "no"});
+                       AlarmText(nvm, d.DimmID), SecurityName(d.SecurityState), d.Configured ? "yes" : "no"});
       capacity.AddRow({std::to_string(d.DimmID), module.locator, inspection.Capacity(d.Capacity),
                        inspection.Capacity(d.VolatileCapacity), inspection.Capacity(d.AppDirectCapacity),
                        inspection.Capacity(d.UnconfiguredCapacity), inspection.Capacity(d.ReservedCapacity),
@@ -164,7 +176,8 @@ std::set<View> ParseViews(const std::string& text) {
   return views;
 }
 
-void PrintViews(std::ostream& out, const std::set<View>& views, const Inspection& inspection, const BMC_MODEL& bmc) {
+void PrintViews(std::ostream& out, const std::set<View>& views, const Inspection& inspection, const BMC_MODEL& bmc,
+                const NVM_MODEL& nvm) {
   bool first = true;
   auto section = [&]() {
     if (!first) out << "\n";
@@ -172,7 +185,7 @@ void PrintViews(std::ostream& out, const std::set<View>& views, const Inspection
   };
   if (views.count(View::Modules)) {
     section();
-    PrintModules(out, inspection);
+    PrintModules(out, inspection, nvm);
   }
   if (views.count(View::Regions)) {
     section();

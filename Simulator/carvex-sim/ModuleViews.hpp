@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Bmc/BmcModel.h"
+#include "NvmDimm/NvmDimmModel.h"
 #include "Devices/ClientProbe.hpp"
 
 namespace carvex::sim::cli {
@@ -21,8 +22,10 @@ enum class View { Modules, Regions, Namespaces, Goals, Audit };
 // unknown view.
 std::set<View> ParseViews(const std::string& text);
 
+// The module view's alarm thresholds are what the modules hold now (after
+// any setup save of the boot), read from the module model.
 void PrintViews(std::ostream& out, const std::set<View>& views, const devices::Inspection& inspection,
-                const BMC_MODEL& bmc);
+                const BMC_MODEL& bmc, const NVM_MODEL& nvm);
 
 // The same views as one JSON object (schema in README.md).
 nlohmann::json ViewsJson(const std::set<View>& views, const devices::Inspection& inspection, const BMC_MODEL& bmc);
