@@ -5,6 +5,9 @@
 **/
 #include "CarvexSetup.h"
 #include "CarvexSetupVar.h"
+#include "DimmDetailsPages.h"
+#include "GoalPages.h"
+#include "RegionPages.h"
 #include "../NvmDimmConfig/CarvexConfig.h"
 #include <Guid/CarvexVariables.h>
 #include <Library/BaseMemoryLib.h>
@@ -47,16 +50,161 @@ CheckCapacityRow (
   return SetupCheckIfInvalid ();
 }
 
-// Tested in row order; the page builders and action handlers of the module
-// details, goal, region, namespace, security and threshold pages take their
-// rows here as they are added.
+// Module details, goal and region pages.
+STATIC
+EFI_STATUS
+EFIAPI
+DimmDetailsRow (
+  IN EFI_QUESTION_ID         QuestionId,
+  IN UINT16                  Index,
+  IN OUT EFI_IFR_TYPE_VALUE  *Value
+  )
+{
+  (VOID)QuestionId;
+  (VOID)Index;
+  (VOID)Value;
+  return UpdateDimmDetailsForm ();
+}
+
+STATIC
+EFI_STATUS
+EFIAPI
+SocketDimmDetailsRow (
+  IN EFI_QUESTION_ID         QuestionId,
+  IN UINT16                  Index,
+  IN OUT EFI_IFR_TYPE_VALUE  *Value
+  )
+{
+  (VOID)QuestionId;
+  (VOID)Value;
+  return UpdateSocketDimmDetailsForm (Index);
+}
+
+// Opening "Goals" refreshes the pending goals even when the processor
+// flags could not be updated.
+STATIC
+EFI_STATUS
+EFIAPI
+GoalsPageRow (
+  IN EFI_QUESTION_ID         QuestionId,
+  IN UINT16                  Index,
+  IN OUT EFI_IFR_TYPE_VALUE  *Value
+  )
+{
+  (VOID)QuestionId;
+  (VOID)Index;
+  (VOID)Value;
+  UpdateSocketListForGoal ();
+  return UpdatePendingGoalForGoal ();
+}
+
+STATIC
+EFI_STATUS
+EFIAPI
+CreateGoalRow (
+  IN EFI_QUESTION_ID         QuestionId,
+  IN UINT16                  Index,
+  IN OUT EFI_IFR_TYPE_VALUE  *Value
+  )
+{
+  (VOID)QuestionId;
+  (VOID)Index;
+  (VOID)Value;
+  return SetupCreateGoal ();
+}
+
+STATIC
+EFI_STATUS
+EFIAPI
+PendingGoalDetailsRow (
+  IN EFI_QUESTION_ID         QuestionId,
+  IN UINT16                  Index,
+  IN OUT EFI_IFR_TYPE_VALUE  *Value
+  )
+{
+  (VOID)QuestionId;
+  (VOID)Value;
+  return UpdatePendingGoalDetailsForPoocessor (Index);
+}
+
+STATIC
+EFI_STATUS
+EFIAPI
+DeleteGoalRow (
+  IN EFI_QUESTION_ID         QuestionId,
+  IN UINT16                  Index,
+  IN OUT EFI_IFR_TYPE_VALUE  *Value
+  )
+{
+  (VOID)QuestionId;
+  (VOID)Index;
+  (VOID)Value;
+  return SetupDeleteGoal ();
+}
+
+STATIC
+EFI_STATUS
+EFIAPI
+RegionListRow (
+  IN EFI_QUESTION_ID         QuestionId,
+  IN UINT16                  Index,
+  IN OUT EFI_IFR_TYPE_VALUE  *Value
+  )
+{
+  (VOID)QuestionId;
+  (VOID)Index;
+  (VOID)Value;
+  return UpdateRegionListForm ();
+}
+
+STATIC
+EFI_STATUS
+EFIAPI
+RegionDetailsRow (
+  IN EFI_QUESTION_ID         QuestionId,
+  IN UINT16                  Index,
+  IN OUT EFI_IFR_TYPE_VALUE  *Value
+  )
+{
+  (VOID)QuestionId;
+  (VOID)Value;
+  return UpdateRegionDetailsForm (Index);
+}
+
+STATIC
+EFI_STATUS
+EFIAPI
+CheckNamespaceRow (
+  IN EFI_QUESTION_ID         QuestionId,
+  IN UINT16                  Index,
+  IN OUT EFI_IFR_TYPE_VALUE  *Value
+  )
+{
+  (VOID)Index;
+  (VOID)Value;
+  return SetupCheckNamespace (QuestionId);
+}
+
+// Tested in row order; the page builders and action handlers of the
+// namespace, security and threshold pages take their rows here as they are
+// added.
 STATIC CONST SETUP_CALLBACK_ROW  mChangingRows[] = {
-  { 0, 0, NULL, FALSE }
+  { 0x0008, 0x0008, DimmDetailsRow,        FALSE },
+  { 0x1000, 0x100F, SocketDimmDetailsRow,  FALSE },
+  { 0x0009, 0x0009, GoalsPageRow,          FALSE },
+  { 0x000D, 0x000D, CreateGoalRow,         FALSE },
+  { 0x2040, 0x2047, PendingGoalDetailsRow, FALSE },
+  { 0x000F, 0x000F, DeleteGoalRow,         FALSE },
+  { 0x0010, 0x0010, RegionListRow,         FALSE },
+  { 0x3000, 0x3FFF, RegionDetailsRow,      FALSE },
+  { 0,      0,      NULL,                  FALSE }
 };
 
 STATIC CONST SETUP_CALLBACK_ROW  mChangedRows[] = {
-  { 0x0016, 0x0016, CheckCapacityRow, FALSE },
-  { 0,      0,      NULL,             FALSE }
+  { 0x0016, 0x0016, CheckCapacityRow,  FALSE },
+  { 0x2000, 0x2007, CheckNamespaceRow, FALSE },
+  { 0x2010, 0x2017, CheckNamespaceRow, FALSE },
+  { 0,      0,      NULL,              FALSE }
 };
 
 // The row that owns QuestionId, or NULL.
