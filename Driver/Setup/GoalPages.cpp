@@ -34,7 +34,12 @@
 // NVM status of a goal refused because a module has security enabled.
 #define NVM_STATUS_CREATE_GOAL_NOT_ALLOWED  36
 
-// The pending-goal page's buffer, kept off the stack.
+// The driver's copies of SetupVar and of the pending-goal page's buffer.
+// The browser hands back only bytes that some question covers, so bytes
+// without a question (the processors holding a namespace, the module names
+// of the pending blocks) keep what the driver last wrote: both copies live
+// for the boot and are never cleared before a read.
+STATIC SETUP_VAR                       mGoalSetupVar;
 STATIC SETUP_PENDING_GOAL_DETAILS_VAR  mPendingGoalImage;
 
 STATIC
@@ -50,20 +55,19 @@ ShowGoalMessage (
 STATIC
 BOOLEAN
 ReadSetupVar (
-  OUT SETUP_VAR  *pVar
+  VOID
   )
 {
-  ZeroMem (pVar, sizeof (*pVar));
-  return HiiGetBrowserData (&gCarvexSetupFormSetGuid, SETUP_VAR_NAME, sizeof (*pVar), (UINT8 *)pVar);
+  return HiiGetBrowserData (&gCarvexSetupFormSetGuid, SETUP_VAR_NAME, sizeof (mGoalSetupVar), (UINT8 *)&mGoalSetupVar);
 }
 
 STATIC
 BOOLEAN
 WriteSetupVar (
-  IN CONST SETUP_VAR  *pVar
+  VOID
   )
 {
-  return HiiSetBrowserData (&gCarvexSetupFormSetGuid, SETUP_VAR_NAME, sizeof (*pVar), (CONST UINT8 *)pVar, NULL);
+  return HiiSetBrowserData (&gCarvexSetupFormSetGuid, SETUP_VAR_NAME, sizeof (mGoalSetupVar), (CONST UINT8 *)&mGoalSetupVar, NULL);
 }
 
 STATIC
@@ -72,7 +76,6 @@ ReadPendingGoalImage (
   VOID
   )
 {
-  ZeroMem (&mPendingGoalImage, sizeof (mPendingGoalImage));
   return HiiGetBrowserData (&gCarvexSetupFormSetGuid, SETUP_PENDING_GOAL_DETAILS_VAR_NAME, sizeof (mPendingGoalImage), (UINT8 *)&mPendingGoalImage);
 }
 
@@ -106,7 +109,6 @@ UpdateSocketListForGoal (
   )
 {
   EFI_STATUS         Status;
-  SETUP_VAR          Var;
   UINT16             SocketIds[SETUP_MAX_SOCKETS];
   UINT32             SocketCount;
   DIMM_DETAILS       *pDimmDetails;
@@ -124,7 +126,7 @@ UpdateSocketListForGoal (
   pRegions     = NULL;
   pNamespaces  = NULL;
 
-  if (!ReadSetupVar (&Var)) {
+  if (!ReadSetupVar ()) {
     DEBUG ((DEBUG_ERROR, "%a:HiiGetBrowserData failure\n", __func__));
     Status = EFI_LOAD_ERROR;
     DEBUG ((DEBUG_ERROR, "%a:Exit:%r\n", __func__, Status));
@@ -163,13 +165,13 @@ UpdateSocketListForGoal (
   }
 
   // Present processors stay marked; the other two sets are recomputed.
-  CopyMem (Flags, Var.GoalSocketPresent, sizeof (Flags));
+  CopyMem (Flags, mGoalSetupVar.GoalSocketPresent, sizeof (Flags));
   for (Index = 0; Index < SocketCount; Index++) {
     MarkSocket (Flags, SocketIds[Index]);
     DEBUG ((DEBUG_ERROR, "%a:GoalSocketPresent:%d\n", __func__, (UINT32)SocketIds[Index]));
   }
 
-  CopyMem (Var.GoalSocketPresent, Flags, sizeof (Flags));
+  CopyMem (mGoalSetupVar.GoalSocketPresent, Flags, sizeof (Flags));
 
   ZeroMem (Flags, sizeof (Flags));
   for (Index = 0; Index < DimmCount; Index++) {
@@ -179,7 +181,7 @@ UpdateSocketListForGoal (
     }
   }
 
-  CopyMem (Var.CreateGoalSocketUnconfigured, Flags, sizeof (Flags));
+  CopyMem (mGoalSetupVar.CreateGoalSocketUnconfigured, Flags, sizeof (Flags));
 
   ZeroMem (Flags, sizeof (Flags));
   if ((pNamespaces != NULL) && (pRegions != NULL)) {
@@ -193,9 +195,9 @@ UpdateSocketListForGoal (
     }
   }
 
-  CopyMem (Var.GoalSocketHasNamespace, Flags, sizeof (Flags));
+  CopyMem (mGoalSetupVar.GoalSocketHasNamespace, Flags, sizeof (Flags));
 
-  if (!WriteSetupVar (&Var)) {
+  if (!WriteSetupVar ()) {
     DEBUG ((DEBUG_ERROR, "%a:HiiSetBrowserData failure\n", __func__));
     Status = EFI_ABORTED;
   }
@@ -270,20 +272,19 @@ SetupCheckNamespace (
   )
 {
   EFI_STATUS  Status;
-  SETUP_VAR   Var;
   UINT16      Socket;
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
   Status = EFI_SUCCESS;
   if ((QuestionId >= SETUP_QID_CREATE_GOAL_SOCKET) && (QuestionId < SETUP_QID_CREATE_GOAL_SOCKET + SETUP_MAX_SOCKETS)) {
     Socket = (UINT16)(QuestionId - SETUP_QID_CREATE_GOAL_SOCKET);
-    if (!ReadSetupVar (&Var)) {
+    if (!ReadSetupVar ()) {
       DEBUG ((DEBUG_ERROR, "%a:HiiGetBrowserData failure\n", __func__));
       Status = EFI_LOAD_ERROR;
-    } else if (Var.GoalSocketHasNamespace[Socket] != 0) {
+    } else if (mGoalSetupVar.GoalSocketHasNamespace[Socket] != 0) {
       ShowGoalMessage (SETUP_MESSAGE_TYPE_WARNING, STR_SETUP_MSG_GOAL_NAMESPACE_EXISTS);
-      Var.CreateGoalSocket[Socket] = 0;
-      if (!WriteSetupVar (&Var)) {
+      mGoalSetupVar.CreateGoalSocket[Socket] = 0;
+      if (!WriteSetupVar ()) {
         DEBUG ((DEBUG_ERROR, "%a:HiiSetBrowserData failure\n", __func__));
         Status = EFI_ABORTED;
       }
@@ -322,7 +323,6 @@ SetupCreateGoal (
   )
 {
   EFI_STATUS    Status;
-  SETUP_VAR     Var;
   DIMM_DETAILS  *pDimmDetails;
   UINT32        DimmCount;
   UINT16        SocketIds[SETUP_MAX_SOCKETS];
@@ -338,7 +338,7 @@ SetupCreateGoal (
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
 
-  if (!ReadSetupVar (&Var)) {
+  if (!ReadSetupVar ()) {
     DEBUG ((DEBUG_ERROR, "%a:HiiGetBrowserData failure\n", __func__));
     Status = EFI_LOAD_ERROR;
     DEBUG ((DEBUG_ERROR, "%a:Exit:%r\n", __func__, Status));
@@ -360,15 +360,15 @@ SetupCreateGoal (
 
   ZeroMem (SocketIds, sizeof (SocketIds));
   ZeroMem (DimmIds, sizeof (DimmIds));
-  CopyMem (Boxes, Var.CreateGoalSocket, sizeof (Boxes));
+  CopyMem (Boxes, mGoalSetupVar.CreateGoalSocket, sizeof (Boxes));
   StatusCode = 0;
   Called     = FALSE;
 
-  switch (Var.CreateGoalScope) {
+  switch (mGoalSetupVar.CreateGoalScope) {
     case SETUP_GOAL_SCOPE_PLATFORM:
       DEBUG ((DEBUG_WARN, "%a:Create goal for Intel NVM DIMMs in the system.\n", __func__));
       for (Index = 0; Index < SETUP_MAX_SOCKETS; Index++) {
-        if (Var.GoalSocketHasNamespace[Index] != 0) {
+        if (mGoalSetupVar.GoalSocketHasNamespace[Index] != 0) {
           break;
         }
       }
@@ -378,7 +378,7 @@ SetupCreateGoal (
         break;
       }
 
-      Status = CreateGoal (NULL, 0, NULL, 0, Var.PersistentMemType, Var.VolatilePercent, &StatusCode);
+      Status = CreateGoal (NULL, 0, NULL, 0, mGoalSetupVar.PersistentMemType, mGoalSetupVar.VolatilePercent, &StatusCode);
       Called = TRUE;
       DEBUG ((DEBUG_WARN, "%a:CreateGoal for all:%r\n", __func__, Status));
       break;
@@ -391,7 +391,7 @@ SetupCreateGoal (
         break;
       }
 
-      Status = CreateGoal (NULL, 0, SocketIds, SocketCount, Var.PersistentMemType, Var.VolatilePercent, &StatusCode);
+      Status = CreateGoal (NULL, 0, SocketIds, SocketCount, mGoalSetupVar.PersistentMemType, mGoalSetupVar.VolatilePercent, &StatusCode);
       Called = TRUE;
       DEBUG ((DEBUG_WARN, "%a:CreateGoal for socket:%r\n", __func__, Status));
       break;
@@ -437,13 +437,13 @@ SetupCreateGoal (
         break;
       }
 
-      Status = CreateGoal (DimmIds, DimmIdCount, NULL, 0, Var.PersistentMemType, Var.VolatilePercent, &StatusCode);
+      Status = CreateGoal (DimmIds, DimmIdCount, NULL, 0, mGoalSetupVar.PersistentMemType, mGoalSetupVar.VolatilePercent, &StatusCode);
       Called = TRUE;
       DEBUG ((DEBUG_WARN, "%a:CreateGoal for unconfigured:%r\n", __func__, Status));
       break;
 
     default:
-      DEBUG ((DEBUG_ERROR, "%a:Unsupported scope:%d\n", __func__, (UINT32)Var.CreateGoalScope));
+      DEBUG ((DEBUG_ERROR, "%a:Unsupported scope:%d\n", __func__, (UINT32)mGoalSetupVar.CreateGoalScope));
       Status = EFI_INVALID_PARAMETER;
       break;
   }
@@ -474,14 +474,13 @@ SetupDeleteGoal (
   )
 {
   EFI_STATUS  Status;
-  SETUP_VAR   Var;
   UINT16      SocketIds[SETUP_MAX_SOCKETS];
   UINT32      SocketCount;
   UINT8       Boxes[SETUP_MAX_SOCKETS];
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
 
-  if (!ReadSetupVar (&Var)) {
+  if (!ReadSetupVar ()) {
     DEBUG ((DEBUG_ERROR, "%a:HiiGetBrowserData failure\n", __func__));
     Status = EFI_LOAD_ERROR;
     DEBUG ((DEBUG_ERROR, "%a:Exit:%r\n", __func__, Status));
@@ -489,7 +488,7 @@ SetupDeleteGoal (
   }
 
   ZeroMem (SocketIds, sizeof (SocketIds));
-  switch (Var.DeleteGoalScope) {
+  switch (mGoalSetupVar.DeleteGoalScope) {
     case SETUP_GOAL_SCOPE_PLATFORM:
       DEBUG ((DEBUG_WARN, "%a:Delete goal for Intel Optane DCPMMs in the system.\n", __func__));
       Status = DeleteGoal (NULL, 0, NULL, 0);
@@ -497,7 +496,7 @@ SetupDeleteGoal (
       break;
 
     case SETUP_GOAL_SCOPE_PROCESSOR:
-      CopyMem (Boxes, Var.DeleteGoalSocket, sizeof (Boxes));
+      CopyMem (Boxes, mGoalSetupVar.DeleteGoalSocket, sizeof (Boxes));
       SocketCount = CollectScopeSockets (Boxes, SocketIds);
       if (SocketCount == 0) {
         ShowGoalMessage (SETUP_MESSAGE_TYPE_ERROR, STR_SETUP_MSG_GOAL_NO_DIMM_SELECTED);
@@ -511,7 +510,7 @@ SetupDeleteGoal (
       break;
 
     default:
-      DEBUG ((DEBUG_ERROR, "%a:Unsupported scope:%d\n", __func__, (UINT32)Var.DeleteGoalScope));
+      DEBUG ((DEBUG_ERROR, "%a:Unsupported scope:%d\n", __func__, (UINT32)mGoalSetupVar.DeleteGoalScope));
       Status = EFI_INVALID_PARAMETER;
       DEBUG ((DEBUG_ERROR, "%a:Exit:%r\n", __func__, Status));
       return Status;
