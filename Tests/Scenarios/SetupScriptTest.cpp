@@ -169,6 +169,27 @@ std::string ReadText(const std::filesystem::path& file) {
   return text.str();
 }
 
+// The parts of a script that "# reboot" lines separate, one per boot. Each
+// part keeps the script's line numbers: the other parts' lines are blank.
+std::vector<std::string> BootParts(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  std::vector<std::string> parts;
+  std::size_t first = 0;
+  for (std::size_t end = 0; end <= lines.size(); ++end) {
+    if (end < lines.size() && lines[end].rfind("# reboot", 0) != 0) continue;
+    std::string part;
+    for (std::size_t index = 0; index < lines.size(); ++index) {
+      part += (index >= first && index < end) ? lines[index] : "";
+      part += "\n";
+    }
+    parts.push_back(part);
+    first = end + 1;
+  }
+  return parts;
+}
+
 class SetupScriptTest : public ::testing::TestWithParam<ScriptRun> {};
 
 TEST_P(SetupScriptTest, Script_Passes) {
@@ -177,15 +198,18 @@ TEST_P(SetupScriptTest, Script_Passes) {
   ASSERT_TRUE(run.error.empty()) << name << ": run line: " << run.error;
   BrowserBoard board(run.platform, run.capabilityMask);
   std::ostringstream transcript;
-  browser::ScriptResult result;
-  board.Boot([&](browser::FormBrowser& browser) {
-    browser::ScriptOptions options;
-    options.transcript = &transcript;
-    result = browser::RunSetupScript(browser, ReadText(run.script), name, options);
-  });
-  EXPECT_TRUE(result.ok) << result.Describe() << "\n(--platform " << run.platform << " --capability-mask 0x" << std::hex
-                         << run.capabilityMask << ")\n"
-                         << transcript.str();
+  for (const std::string& part : BootParts(ReadText(run.script))) {
+    browser::ScriptResult result;
+    board.Boot([&](browser::FormBrowser& browser) {
+      browser::ScriptOptions options;
+      options.transcript = &transcript;
+      result = browser::RunSetupScript(browser, part, name, options);
+    });
+    ASSERT_TRUE(result.ok) << result.Describe() << "\n(--platform " << run.platform << " --capability-mask 0x"
+                           << std::hex << run.capabilityMask << ")\n"
+                           << transcript.str();
+    transcript << "# reboot\n";
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Scripts, SetupScriptTest, ::testing::ValuesIn(DiscoverRuns()),
