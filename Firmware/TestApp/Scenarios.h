@@ -33,6 +33,13 @@ SetupFormSet (
   IN UINT32  Boot
   );
 
+// The module and goal pages driven through the callback, a goal applied
+// by the next boot (SetupPagesScenario.cpp).
+SCENARIO_RESULT
+SetupPages (
+  IN UINT32  Boot
+  );
+
 // The scenario of that name, or NULL.
 CONST SCENARIO *
 FindScenario (
