@@ -4,8 +4,8 @@
 #include <CLI/CLI.hpp>
 
 #include "BootCommand.hpp"
-#include "SetupCommand.hpp"
 #include "Devices/JsonReader.hpp"
+#include "SetupCommand.hpp"
 
 int main(int argc, char** argv) {
   using namespace carvex::sim::cli;
@@ -14,6 +14,8 @@ int main(int argc, char** argv) {
                "persistent memory modules. State (non-volatile variables, module state) is kept "
                "in a state directory, so successive runs are successive boots of one machine."};
   app.require_subcommand(0, 1);
+  // The common options may stand before or after the subcommand.
+  app.fallthrough();
 
   CommonOptions common;
   AddCommonOptions(app, common);
@@ -38,13 +40,14 @@ int main(int argc, char** argv) {
   AddSetupCommand(app, setup);
 
   CLI11_PARSE(app, argc, argv);
+  common.logLevelGiven = app.count("--log-level") != 0;
 
   try {
     if (app.got_subcommand("setup")) {
       return RunSetupCommand(common, setup);
     }
     if (modulesCommand->parsed()) {
-      return RunModulesCommand(common, views, app.count("--log-level") != 0);
+      return RunModulesCommand(common, views);
     }
     return RunBootCommand(common, boot);
   } catch (const carvex::sim::devices::PlatformFileError& error) {
