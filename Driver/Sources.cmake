@@ -48,6 +48,9 @@ set(CARVEX_SETUP_SOURCES
   ${CARVEX_DRIVER_DIR}/Setup/SetupCallback.cpp
   ${CARVEX_DRIVER_DIR}/Setup/SetupMessageBox.cpp
   ${CARVEX_DRIVER_DIR}/Setup/SetupThresholds.cpp
+  ${CARVEX_DRIVER_DIR}/Setup/DimmDetailsPages.cpp
+  ${CARVEX_DRIVER_DIR}/Setup/RegionPages.cpp
+  ${CARVEX_DRIVER_DIR}/Setup/GoalPages.cpp
 )
 set_source_files_properties(${CARVEX_SETUP_SOURCES} PROPERTIES
   INCLUDE_DIRECTORIES "${CarvexSetupStrings_INCLUDE_DIR};${CarvexSetupForms_INCLUDE_DIR}")

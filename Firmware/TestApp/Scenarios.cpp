@@ -347,6 +347,7 @@ CONST SCENARIO  mScenarios[] = {
   { "vendor-modules",    1, VendorModules    },
   { "setup-form-set",    1, SetupFormSet     },
   { "setup-thresholds",  1, SetupThresholds  },
+  { "setup-pages",       2, SetupPages       },
 };
 
 }  // namespace

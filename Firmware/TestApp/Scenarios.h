@@ -36,6 +36,10 @@ SetupFormSet (
 // A setup save through OVMF's variable services (ThresholdScenario.cpp).
 SCENARIO_RESULT
 SetupThresholds (
+// The module and goal pages driven through the callback, a goal applied
+// by the next boot (SetupPagesScenario.cpp).
+SCENARIO_RESULT
+SetupPages (
   IN UINT32  Boot
   );
 

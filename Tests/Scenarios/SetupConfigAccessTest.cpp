@@ -479,5 +479,37 @@ TEST(SetupCallback, TypedCapacityWithoutBrowserData_NoMessage) {
   EXPECT_TRUE(platform.boxes.empty());
 }
 
+bool LoggedSince(SetupBoot& boot, std::size_t first, const std::string& fragment) {
+  const auto& lines = boot.Machine().Log().Lines();
+  for (std::size_t index = first; index < lines.size(); ++index) {
+    if (lines[index].text.find(fragment) != std::string::npos) return true;
+  }
+  return false;
+}
+
+// A region link's question reaches the details page only with an index the
+// last list holds; before any list it is not ready. The browser hears
+// success either way.
+TEST(SetupCallback, RegionDetailsQuestion_NotReadyBeforeListRefusedBeyondIt) {
+  SetupBoot boot;
+  struct Step {
+    EFI_QUESTION_ID question;
+    const char* logged;
+  };
+  const Step steps[] = {
+      {0x3000, "UpdateRegionDetailsForm:Region details is not ready"},
+      {0x0010, "UpdateRegionListForm:Exit:Success"},
+      {0x3002, "UpdateRegionDetailsForm:Region Index is not correct:2:2"},
+      {0x3FFF, "UpdateRegionDetailsForm:Region Index is not correct:2:4095"},
+      {0x3001, "UpdateRegionDetailsForm:Exit:Success"},
+  };
+  for (const Step& step : steps) {
+    SCOPED_TRACE(testing::Message() << "question 0x" << std::hex << step.question);
+    const std::size_t first = boot.Machine().Log().Lines().size();
+    EXPECT_EQ(Call(boot, EFI_BROWSER_ACTION_CHANGING, step.question), EFI_SUCCESS);
+    EXPECT_TRUE(LoggedSince(boot, first, step.logged));
+  }
+}
+
 }  // namespace
 }  // namespace carvex::test
