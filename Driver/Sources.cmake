@@ -24,6 +24,8 @@ list(APPEND CARVEX_DRIVER_SOURCES
   ${CARVEX_DRIVER_DIR}/NvmDimmConfig/TextParse.cpp
   ${CARVEX_DRIVER_DIR}/NvmDimmConfig/Thresholds.cpp
   ${CARVEX_DRIVER_DIR}/Bmc/AuditLog.cpp
+  ${CARVEX_DRIVER_DIR}/Bmc/AutoUnlock.cpp
+  ${CARVEX_DRIVER_DIR}/Bmc/PassphraseFile.cpp
 )
 # Namespaces of the client layer; run-time strings in every language.
 list(APPEND CARVEX_DRIVER_SOURCES
