@@ -31,6 +31,8 @@ list(APPEND CARVEX_DRIVER_SOURCES
 list(APPEND CARVEX_DRIVER_SOURCES
   ${CARVEX_DRIVER_DIR}/NvmDimmConfig/Namespaces.cpp
   ${CARVEX_DRIVER_DIR}/Library/MultiLanguageLib/MultiLanguageLib.cpp
+  ${CARVEX_DRIVER_DIR}/Library/PhysicalPresenceHandlerSupportLib/PhysicalPresenceHandlerSupportLib.cpp
+  ${CARVEX_DRIVER_DIR}/Library/SecurityGpioConfigLib/SecurityGpioConfigLib.cpp
 )
 # Setup form set: its strings (the declaring file, then one translation file
 # per language as each lands) and its forms are compiled into the driver.
