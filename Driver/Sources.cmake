@@ -50,6 +50,7 @@ set(CARVEX_SETUP_SOURCES
   ${CARVEX_DRIVER_DIR}/Setup/CarvexSetup.cpp
   ${CARVEX_DRIVER_DIR}/Setup/SetupCallback.cpp
   ${CARVEX_DRIVER_DIR}/Setup/SetupMessageBox.cpp
+  ${CARVEX_DRIVER_DIR}/Setup/SecurityPage.cpp
 )
 set_source_files_properties(${CARVEX_SETUP_SOURCES} PROPERTIES
   INCLUDE_DIRECTORIES "${CarvexSetupStrings_INCLUDE_DIR};${CarvexSetupForms_INCLUDE_DIR}")
