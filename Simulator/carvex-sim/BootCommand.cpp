@@ -27,14 +27,15 @@ UINT32 DisplayMask(const CommonOptions& common) {
 }
 
 // The views, or why the client layer could not be read.
-void PrintInspection(SimMachine& sim, const std::set<View>& views) {
+void PrintInspection(SimMachine& sim, const std::set<View>& views, bool showPassphrase) {
   if (!sim.Inspection()) {
     std::cout << "module views unavailable: "
               << (sim.InspectionError().empty() ? "the boot ended before the end of POST" : sim.InspectionError())
               << "\n";
     return;
   }
-  PrintViews(std::cout, views, *sim.Inspection(), sim.devices().Bmc());
+  PrintViews(std::cout, views, *sim.Inspection(), sim.devices().Bmc(),
+             AutoUnlockOutcomes(sim.machine().Log(), sim.machine().BootNumber()), showPassphrase);
 }
 
 }  // namespace
@@ -53,6 +54,9 @@ void AddCommonOptions(CLI::App& app, CommonOptions& options) {
   app.add_option("--capability-mask", options.capabilityMask,
                  "PlatformCapabilityMask (bit 4 App Direct, bit 5 Memory Mode)")
       ->capture_default_str();
+  app.add_flag("--show-passphrase", options.showPassphrase,
+               "Print the text of the controller's passphrase file in the audit view (otherwise only whether "
+               "it is there)");
   app.add_flag("--no-vendor-driver", options.noVendorDriver,
                "Boot without the module vendor's driver (no NVM DIMM config protocol)");
   app.add_option("--image", options.extraImages,
@@ -78,7 +82,7 @@ int RunBootCommand(const CommonOptions& common, const BootCommandOptions& option
   std::cout << "devices   " << sim.Origin() << "\n";
   if (!views.empty()) {
     std::cout << "\n";
-    PrintInspection(sim, views);
+    PrintInspection(sim, views, common.showPassphrase);
   }
   return summary.reports.empty() && !summary.resetLoop ? 0 : 1;
 }
@@ -91,7 +95,7 @@ int RunModulesCommand(const CommonOptions& common, const std::string& views, boo
   const BootSummary summary = sim.machine().RunBoot();
   std::cout << "carvex-sim: boot " << sim.devices().Nvm().BootCount << " of the machine in "
             << sim.machine().StateDirectory().string() << " (devices " << sim.Origin() << ")\n\n";
-  PrintInspection(sim, chosen);
+  PrintInspection(sim, chosen, common.showPassphrase);
   for (const PlatformReport& report : summary.reports) {
     std::cout << "PROBLEM (boot " << report.boot << ", " << ReportKindName(report.kind) << ", " << report.image
               << "): " << report.message << "\n";

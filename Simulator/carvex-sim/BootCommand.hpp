@@ -20,6 +20,7 @@ struct CommonOptions {
   std::filesystem::path platformFile;  // empty: the embedded board
   std::vector<std::filesystem::path> extraImages;  // loaded after the driver, in order
   bool sampleForms = false;                        // the HII sample driver, for a demo
+  bool showPassphrase = false;                     // the passphrase file's text in the audit view
 };
 
 struct BootCommandOptions {
