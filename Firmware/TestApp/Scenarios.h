@@ -33,6 +33,12 @@ SetupFormSet (
   IN UINT32  Boot
   );
 
+// Automatic unlock over models kept across a reset (SecurityScenario.cpp).
+SCENARIO_RESULT
+SecurityAutoUnlock (
+  IN UINT32  Boot
+  );
+
 // The scenario of that name, or NULL.
 CONST SCENARIO *
 FindScenario (
