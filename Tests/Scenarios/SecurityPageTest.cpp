@@ -156,6 +156,18 @@ expect box ~ "Security is enabled successfully"
   EXPECT_EQ(board.devices().Bmc().AuditCount, 0u);
 }
 
+// The password question holds 32 characters: a longer text is cut there
+// by the browser, and what the modules got is what the controller keeps.
+TEST (SecurityPageTest, PassphraseTypedLongerThan32_ModulesAndControllerAgree) {
+  SecurityBoard board("locked.json");
+  const std::string typed(40, 'k');
+  board.BootWithScript("password \"Press to Change Security Passphrase\" \"Carvex-Pass1\" \"" + typed + "\" \"" + typed +
+                       "\"\nexpect box ~ \"changed successfully\"\n");
+  EXPECT_EQ(board.File47(), FileBytes(std::string(32, 'k')));
+  board.machine().RunBoot();
+  EXPECT_EQ(board.Outcomes(), std::vector<int>(4, AUTO_UNLOCK_STATE_SUCCESS));
+}
+
 TEST (SecurityPageTest, PlatformDisableAndErase_ControllerFileClearedToZeros) {
   for (const char* button : {"Press to Disable Security", "Press to Secure Erase"}) {
     SCOPED_TRACE(button);
