@@ -348,6 +348,7 @@ CONST SCENARIO  mScenarios[] = {
   { "setup-form-set",    1, SetupFormSet     },
   { "setup-thresholds",  1, SetupThresholds  },
   { "setup-pages",       2, SetupPages       },
+  { "security-auto-unlock", 2, SecurityAutoUnlock },
 };
 
 }  // namespace

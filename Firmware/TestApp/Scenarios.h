@@ -40,6 +40,9 @@ SetupThresholds (
 // by the next boot (SetupPagesScenario.cpp).
 SCENARIO_RESULT
 SetupPages (
+// Automatic unlock over models kept across a reset (SecurityScenario.cpp).
+SCENARIO_RESULT
+SecurityAutoUnlock (
   IN UINT32  Boot
   );
 
