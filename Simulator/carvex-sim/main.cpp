@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 
 #include "BootCommand.hpp"
+#include "InventoryCommand.hpp"
 #include "SetupCommand.hpp"
 #include "Devices/JsonReader.hpp"
 
@@ -37,11 +38,17 @@ int main(int argc, char** argv) {
   SetupCommandOptions setup;
   AddSetupCommand(app, setup);
 
+  InventoryCommandOptions inventory;
+  CLI::App* inventoryCommand = AddInventoryCommand(app, inventory);
+
   CLI11_PARSE(app, argc, argv);
 
   try {
     if (app.got_subcommand("setup")) {
       return RunSetupCommand(common, setup);
+    }
+    if (inventoryCommand->parsed()) {
+      return RunInventoryCommand(common, inventory, app.count("--log-level") != 0);
     }
     if (modulesCommand->parsed()) {
       return RunModulesCommand(common, views, app.count("--log-level") != 0);

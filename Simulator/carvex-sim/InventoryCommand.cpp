@@ -1,0 +1,68 @@
+#include "InventoryCommand.hpp"
+
+#include <iostream>
+
+#include "Devices/InventoryRecords.hpp"
+#include "Devices/JsonReader.hpp"
+#include "LogLevel.hpp"
+#include "SimMachine.hpp"
+
+namespace carvex::sim::cli {
+
+namespace {
+
+UINT32 InventoryDisplayMask(const CommonOptions& common) {
+  const auto level = ParseLogLevel(common.logLevel);
+  if (!level) throw std::invalid_argument("--log-level: unknown level: " + common.logLevel);
+  return *level;
+}
+
+nlohmann::ordered_json LanTableJson(const BMC_MODEL& bmc) {
+  nlohmann::ordered_json table = nlohmann::ordered_json::array();
+  for (UINT32 index = 0; index < bmc.LanEntryCount && index < BMC_MAX_LAN_ENTRIES; ++index) {
+    table.push_back(devices::Hex(bmc.LanTable[index], 16));
+  }
+  return table;
+}
+
+}  // namespace
+
+CLI::App* AddInventoryCommand(CLI::App& app, InventoryCommandOptions& options) {
+  CLI::App* command = app.add_subcommand(
+      "inventory", "Boot once and show the inventory records the driver stored in the component data storage, "
+                   "item by item, and the LAN setting table the controller was given");
+  command->add_flag("--json", options.json, "Print the records as JSON");
+  command->add_flag("--no-boot", options.noBoot, "Show what the state directory holds without booting");
+  return command;
+}
+
+int RunInventoryCommand(const CommonOptions& common, const InventoryCommandOptions& options, bool logLevelGiven) {
+  const UINT32 mask = InventoryDisplayMask(common);
+  SimMachine sim(common, false, std::cerr);
+  bool clean = true;
+  if (!options.noBoot) {
+    sim.machine().SetDisplay(logLevelGiven ? &std::cerr : nullptr, mask);
+    const BootSummary summary = sim.machine().RunBoot();
+    for (const PlatformReport& report : summary.reports) {
+      std::cerr << "PROBLEM (boot " << report.boot << ", " << ReportKindName(report.kind) << ", " << report.image
+                << "): " << report.message << "\n";
+    }
+    clean = summary.reports.empty() && !summary.resetLoop;
+  }
+  const std::vector<devices::InventoryRecord> records = devices::InventoryOf(sim.devices().ComponentData());
+  const BMC_MODEL& bmc = sim.devices().Bmc();
+  if (options.json) {
+    nlohmann::ordered_json out = {{"records", devices::InventoryJson(records)}, {"controllerLanTable", LanTableJson(bmc)}};
+    std::cout << out.dump(2) << "\n";
+  } else {
+    std::cout << "carvex-sim: inventory of the machine in " << sim.machine().StateDirectory().string() << " (devices "
+              << sim.Origin() << ")\n\n";
+    std::cout << devices::FormatInventory(records);
+    std::cout << "\nController LAN setting table (" << bmc.LanEntryCount << " entries):";
+    for (const auto& entry : LanTableJson(bmc)) std::cout << " " << entry.get<std::string>();
+    std::cout << "\n";
+  }
+  return clean ? 0 : 1;
+}
+
+}  // namespace carvex::sim::cli
