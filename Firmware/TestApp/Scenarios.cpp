@@ -346,6 +346,7 @@ CONST SCENARIO  mScenarios[] = {
   { "hii-sample",        1, HiiSampleScenario },
   { "vendor-modules",    1, VendorModules    },
   { "setup-form-set",    1, SetupFormSet     },
+  { "inventory",         1, InventoryRecords },
 };
 
 }  // namespace

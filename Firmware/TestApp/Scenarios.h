@@ -33,6 +33,13 @@ SetupFormSet (
   IN UINT32  Boot
   );
 
+// Inventory records read back from the component data storage
+// (InventoryScenario.cpp).
+SCENARIO_RESULT
+InventoryRecords (
+  IN UINT32  Boot
+  );
+
 // The scenario of that name, or NULL.
 CONST SCENARIO *
 FindScenario (
