@@ -5,6 +5,8 @@
 #include <cstring>
 #include <sstream>
 
+#include "Names.hpp"
+
 namespace carvex::sim::devices {
 
 namespace {
@@ -141,6 +143,27 @@ std::vector<InventoryRecord> InventoryOf(const CDS_MODEL& storage) {
   return records;
 }
 
+namespace {
+
+// What a person reads beside a value: a capacity in binary units, the name
+// of a security state.
+std::string Gloss(const InventoryItem& item) {
+  const auto number = item.Number();
+  if (!number) return "";
+  if (item.name.find("Capacity") != std::string::npos && *number != 0) {
+    char text[32];
+    std::snprintf(text, sizeof text, " (%.1f GiB)", static_cast<double>(*number) / (1ull << 30));
+    return text;
+  }
+  if (item.name == "Security State") {
+    const std::string name = NameOf(SecurityStateNames(), *number);
+    return name.empty() ? "" : " (" + name + ")";
+  }
+  return "";
+}
+
+}  // namespace
+
 std::string FormatInventory(const std::vector<InventoryRecord>& records) {
   std::ostringstream out;
   if (records.empty()) {
@@ -149,12 +172,17 @@ std::string FormatInventory(const std::vector<InventoryRecord>& records) {
   }
   for (const InventoryRecord& record : records) {
     out << "Component type " << record.componentType << ", key " << record.key << " (" << record.items.size()
-        << " items)\n";
+        << " items";
+    if (record.location.Found) {
+      out << "; slot at processor " << unsigned{record.location.CpuIndex} << ", memory controller "
+          << unsigned{record.location.ImcNum} << ", channel " << unsigned{record.location.ChannelNum};
+    }
+    out << ")\n";
     std::size_t width = 0;
     for (const InventoryItem& item : record.items) width = std::max(width, item.name.size());
     for (const InventoryItem& item : record.items) {
-      out << "  " << item.name << std::string(width - item.name.size() + 2, ' ') << item.Text() << "  ("
-          << TypeName(item.type) << ", " << item.totalSize << " bytes)\n";
+      out << "  " << item.name << std::string(width - item.name.size() + 2, ' ') << item.Text() << Gloss(item)
+          << "  [" << TypeName(item.type) << ", " << item.totalSize << " bytes]\n";
     }
     if (!record.error.empty()) out << "  malformed: " << record.error << "\n";
   }
