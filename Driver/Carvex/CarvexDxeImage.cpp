@@ -20,6 +20,7 @@ ProcessLibraryConstructorList (
   ProcessCommonLibraryConstructors (ImageHandle, SystemTable);
   Status = UbaPlatformDataLibConstructor (ImageHandle, SystemTable);
   ASSERT_EFI_ERROR (Status);
+  (VOID)Status;
 }
 
 EFI_STATUS

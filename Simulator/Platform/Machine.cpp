@@ -209,6 +209,7 @@ void Machine::EnterSetup() {
   boot.core->Protocols().Install(kPlatformImage, &handle, &gSetupEnterProtocolGuid,
                                  EFI_NATIVE_INTERFACE, nullptr);
   record_.setupEntered = true;
+  record_.events.emplace_back("setup entered");
   log_.Note("setup entered", kWarnLevel);
   RunHooks(BootStage::SetupEntered);
 }
@@ -220,11 +221,15 @@ std::optional<EFI_STATUS> Machine::LeaveSetup(SetupExit exit) {
 }
 
 void Machine::SignalReadyToBoot() {
-  RequireBoot("SignalReadyToBoot").core->Events().SignalGroup(gEfiEventReadyToBootGuid);
+  Boot& boot = RequireBoot("SignalReadyToBoot");
+  record_.events.emplace_back("ready to boot");
+  boot.core->Events().SignalGroup(gEfiEventReadyToBootGuid);
 }
 
 void Machine::SignalLegacyBoot() {
-  RequireBoot("SignalLegacyBoot").core->Events().SignalGroup(gEfiEventLegacyBootGuid);
+  Boot& boot = RequireBoot("SignalLegacyBoot");
+  record_.events.emplace_back("legacy boot");
+  boot.core->Events().SignalGroup(gEfiEventLegacyBootGuid);
 }
 
 BootRecord Machine::EndBoot() {

@@ -56,6 +56,9 @@ struct BootRecord {
   std::vector<SlotCall> slots;  // platform event protocol calls, in order
   bool platformEventProtocolFound = false;
   bool setupEntered = false;
+  // Platform events raised besides the slots, in order: "setup entered",
+  // "ready to boot", "legacy boot".
+  std::vector<std::string> events;
   std::optional<ResetRequest> reset;
   LeakReport leaks;  // pool still held when the boot ended
   std::map<std::string, PoolStats> pool;

@@ -9,17 +9,26 @@
 
 #include <CLI/CLI.hpp>
 
+#include "SimPlatform.hpp"
+
 namespace carvex::sim::cli {
 
 struct CommonOptions {
   std::filesystem::path stateDir = ".state";
   std::string logLevel = "warn";
+  bool logLevelGiven = false;
   bool fresh = false;
   std::string capabilityMask = "0x30";
   bool noVendorDriver = false;
   std::filesystem::path platformFile;  // empty: the embedded board
   std::vector<std::filesystem::path> extraImages;  // loaded after the driver, in order
   bool sampleForms = false;                        // the HII sample driver, for a demo
+  bool json = false;                               // one JSON document instead of the text
+
+  // The platform's options; throws std::invalid_argument for a bad mask.
+  SimPlatformOptions Platform(bool clientProbe) const;
+  // The driver log's display mask; throws std::invalid_argument.
+  UINT32 DisplayMask() const;
 };
 
 struct BootCommandOptions {
@@ -28,9 +37,10 @@ struct BootCommandOptions {
   std::string show;  // module views after the summary ("modules,regions", "all")
 };
 
+// The options every command takes; registered on each subcommand too, so
+// they may stand before or after it.
 void AddCommonOptions(CLI::App& app, CommonOptions& options);
 int RunBootCommand(const CommonOptions& common, const BootCommandOptions& options);
-// logLevelGiven: echo the driver log only when the person asked for it.
-int RunModulesCommand(const CommonOptions& common, const std::string& views, bool logLevelGiven);
+int RunModulesCommand(const CommonOptions& common, const std::string& views);
 
 }  // namespace carvex::sim::cli

@@ -4,18 +4,11 @@
 
 #include "Devices/InventoryRecords.hpp"
 #include "Devices/JsonReader.hpp"
-#include "LogLevel.hpp"
-#include "SimMachine.hpp"
+#include "SimPlatform.hpp"
 
 namespace carvex::sim::cli {
 
 namespace {
-
-UINT32 InventoryDisplayMask(const CommonOptions& common) {
-  const auto level = ParseLogLevel(common.logLevel);
-  if (!level) throw std::invalid_argument("--log-level: unknown level: " + common.logLevel);
-  return *level;
-}
 
 nlohmann::ordered_json LanTableJson(const BMC_MODEL& bmc) {
   nlohmann::ordered_json table = nlohmann::ordered_json::array();
@@ -31,18 +24,18 @@ CLI::App* AddInventoryCommand(CLI::App& app, InventoryCommandOptions& options) {
   CLI::App* command = app.add_subcommand(
       "inventory", "Boot once and show the inventory records the driver stored in the component data storage, "
                    "item by item, and the LAN setting table the controller was given");
-  command->add_flag("--json", options.json, "Print the records as JSON");
   command->add_flag("--no-boot", options.noBoot, "Show what the state directory holds without booting");
   return command;
 }
 
-int RunInventoryCommand(const CommonOptions& common, const InventoryCommandOptions& options, bool logLevelGiven) {
-  const UINT32 mask = InventoryDisplayMask(common);
-  SimMachine sim(common, false, std::cerr);
+int RunInventoryCommand(const CommonOptions& common, const InventoryCommandOptions& options) {
+  const UINT32 mask = common.DisplayMask();
+  SimPlatform sim(common.Platform(false), std::cerr);
   bool clean = true;
   if (!options.noBoot) {
-    sim.machine().SetDisplay(logLevelGiven ? &std::cerr : nullptr, mask);
-    const BootSummary summary = sim.machine().RunBoot();
+    // The driver log only when the person asked for it.
+    sim.machine().SetDisplay(common.logLevelGiven ? &std::cerr : nullptr, mask);
+    const BootSummary summary = sim.Boot();
     for (const PlatformReport& report : summary.reports) {
       std::cerr << "PROBLEM (boot " << report.boot << ", " << ReportKindName(report.kind) << ", " << report.image
                 << "): " << report.message << "\n";
@@ -51,7 +44,7 @@ int RunInventoryCommand(const CommonOptions& common, const InventoryCommandOptio
   }
   const std::vector<devices::InventoryRecord> records = devices::InventoryOf(sim.devices().ComponentData());
   const BMC_MODEL& bmc = sim.devices().Bmc();
-  if (options.json) {
+  if (common.json) {
     nlohmann::ordered_json out = {{"records", devices::InventoryJson(records)}, {"controllerLanTable", LanTableJson(bmc)}};
     std::cout << out.dump(2) << "\n";
   } else {

@@ -10,12 +10,11 @@
 namespace carvex::sim::cli {
 
 struct InventoryCommandOptions {
-  bool json = false;
   bool noBoot = false;  // read what the state directory holds, without booting
 };
 
 CLI::App* AddInventoryCommand(CLI::App& app, InventoryCommandOptions& options);
-// logLevelGiven: echo the driver log only when the person asked for it.
-int RunInventoryCommand(const CommonOptions& common, const InventoryCommandOptions& options, bool logLevelGiven);
+// The records as text, or as JSON with the common --json.
+int RunInventoryCommand(const CommonOptions& common, const InventoryCommandOptions& options);
 
 }  // namespace carvex::sim::cli

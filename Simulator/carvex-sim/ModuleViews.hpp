@@ -8,6 +8,8 @@
 #include <set>
 #include <string>
 
+#include <nlohmann/json.hpp>
+
 #include "Bmc/BmcModel.h"
 #include "Devices/ClientProbe.hpp"
 
@@ -21,5 +23,8 @@ std::set<View> ParseViews(const std::string& text);
 
 void PrintViews(std::ostream& out, const std::set<View>& views, const devices::Inspection& inspection,
                 const BMC_MODEL& bmc);
+
+// The same views as one JSON object (schema in README.md).
+nlohmann::json ViewsJson(const std::set<View>& views, const devices::Inspection& inspection, const BMC_MODEL& bmc);
 
 }  // namespace carvex::sim::cli

@@ -5,11 +5,8 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "BrowserMachine.hpp"
-#include "LogLevel.hpp"
+#include "BootFacts.hpp"
 #include "ScriptFrontEnd.hpp"
-#include "BootThroughSetup.hpp"
-#include "SimMachine.hpp"
 #include "Summary.hpp"
 #include "TuiFrontEnd.hpp"
 
@@ -36,19 +33,17 @@ void AddSetupCommand(CLI::App& app, SetupCommandOptions& options) {
 }
 
 int RunSetupCommand(const CommonOptions& common, const SetupCommandOptions& options) {
-  const auto level = ParseLogLevel(common.logLevel);
-  if (!level) {
-    throw std::invalid_argument("--log-level: unknown level: " + common.logLevel);
+  if (common.json) {
+    throw std::invalid_argument("--json: only boot and modules print JSON");
   }
+  const UINT32 mask = common.DisplayMask();
   const std::string script = options.script.empty() ? std::string() : ReadFile(options.script);
-  SimMachine sim(common, false, std::cerr);
-  Machine& machine = sim.machine();
-  HiiMachine hii(machine);
-  browser::BrowserMachine browsers(machine, hii);
-  machine.SetDisplay(&std::cout, *level);
+  SimPlatform platform(common.Platform(false), std::cerr);
+  Machine& machine = platform.machine();
+  machine.SetDisplay(&std::cout, mask);
 
   bool scriptPassed = true;
-  const BootSummary summary = browser::RunBootThroughSetup(machine, browsers, [&](browser::FormBrowser& browser) {
+  const BootSummary summary = platform.BootThroughSetup([&](browser::FormBrowser& browser) {
     if (!script.empty()) {
       browser::ScriptOptions scriptOptions;
       scriptOptions.transcript = &std::cout;
@@ -61,9 +56,9 @@ int RunSetupCommand(const CommonOptions& common, const SetupCommandOptions& opti
     machine.SetDisplay(nullptr, 0);
     browser::TuiFrontEnd tui(browser);
     tui.Run();
-    machine.SetDisplay(&std::cout, *level);
+    machine.SetDisplay(&std::cout, mask);
   });
-  PrintBootSummary(std::cout, machine, summary);
+  PrintBootSummary(std::cout, platform, summary);
   return scriptPassed && summary.reports.empty() && !summary.resetLoop ? 0 : 1;
 }
 

@@ -1,31 +1,14 @@
 #include "Summary.hpp"
 
 #include <iomanip>
-#include <sstream>
 
-#include <Guid/CarvexVariables.h>
 #include <Guid/PlatformVariables.h>
-#include <Library/PrintLib.h>
+
+#include "BootFacts.hpp"
 
 namespace carvex::sim::cli {
 
 namespace {
-
-std::string StatusText(EFI_STATUS status) {
-  const CHAR8* text = StatusToString(status);
-  if (text != nullptr) {
-    return text;
-  }
-  std::ostringstream hex;
-  hex << "0x" << std::hex << std::uppercase << status;
-  return hex.str();
-}
-
-const char* SlotName(unsigned slot) {
-  static const char* const kNames[] = {"pre-post-complete", "before-post-complete", "post-complete",
-                                       "save setting",      "discard setting",      "load defaults"};
-  return slot < 6 ? kNames[slot] : "?";
-}
 
 const char* ProfileName(std::uint8_t value) {
   switch (value) {
@@ -36,24 +19,31 @@ const char* ProfileName(std::uint8_t value) {
   }
 }
 
-std::string ByteVariable(Machine& machine, std::u16string_view name, const EFI_GUID& guid,
-                         std::size_t offset = 0) {
-  const auto data = machine.Variables().Data(name, guid);
-  if (!data) return "absent";
-  if (data->size() <= offset) return "too short (" + std::to_string(data->size()) + " bytes)";
-  return std::to_string((*data)[offset]);
+std::string VariableText(const VariableFact& fact, bool profile) {
+  if (fact.size == 0) return "absent";
+  if (!fact.value) return "too short (" + std::to_string(fact.size) + " bytes)";
+  std::string text = std::to_string(*fact.value);
+  if (profile) text += std::string(" ") + ProfileName(*fact.value);
+  return text;
+}
+
+std::string Join(const std::vector<std::string>& items) {
+  std::string text;
+  for (const auto& item : items) text += (text.empty() ? "" : " ") + item;
+  return text;
 }
 
 }  // namespace
 
-void PrintBootSummary(std::ostream& out, Machine& machine, const BootSummary& summary) {
+void PrintBootSummary(std::ostream& out, SimPlatform& platform, const BootSummary& summary) {
+  Machine& machine = platform.machine();
   out << "\n== carvex-sim: " << summary.boots.size() << (summary.boots.size() == 1 ? " boot" : " boots")
       << " (state in " << machine.StateDirectory().string() << ")\n";
   for (const BootRecord& boot : summary.boots) {
     out << "boot " << boot.number << "\n";
     for (const ImageLoadResult& image : boot.images) {
       out << "  image   " << std::left << std::setw(18) << image.name << std::right
-          << (image.resident ? "entry point: " : "not resident: ") << StatusText(image.status);
+          << (image.resident ? "entry point: " : "not resident: ") << StatusName(image.status);
       if (!image.error.empty()) out << " (" << image.error << ")";
       out << "\n";
     }
@@ -62,7 +52,10 @@ void PrintBootSummary(std::ostream& out, Machine& machine, const BootSummary& su
     }
     for (const SlotCall& call : boot.slots) {
       out << "  slot " << call.slot << "  " << std::left << std::setw(22) << SlotName(call.slot) << std::right
-          << StatusText(call.status) << "\n";
+          << StatusName(call.status) << "\n";
+    }
+    for (const std::string& event : boot.events) {
+      out << "  event   " << event << "\n";
     }
     if (boot.reset) {
       out << "  reset   requested by " << boot.reset->source << "\n";
@@ -79,25 +72,29 @@ void PrintBootSummary(std::ostream& out, Machine& machine, const BootSummary& su
     }
   }
 
+  const std::vector<FormSetFact> formSets = InstalledFormSets(platform.hii().Services());
+  out << "form sets (HII database after the last boot)\n";
+  if (formSets.empty()) out << "  (none installed)\n";
+  for (const FormSetFact& formSet : formSets) {
+    out << "  \"" << formSet.title << "\"  {" << formSet.guid << "}  " << formSet.forms
+        << (formSet.forms == 1 ? " form, " : " forms, ") << formSet.languages.size()
+        << (formSet.languages.size() == 1 ? " language: " : " languages: ") << Join(formSet.languages) << "\n";
+  }
+
   out << "variables\n";
-  out << "  CarvekPresent       " << ByteVariable(machine, CARVEK_PRESENT_NAME, gCarvekPresentGuid)
-      << " (volatile, written at end of POST)\n";
-  const std::string driverProfile = ByteVariable(machine, DCPMM_PERF_CONFIG_VAR_NAME, gCarvexSetupFormSetGuid);
-  const std::string platformProfile = ByteVariable(machine, SOCKET_MEMORY_CONFIG_NAME, gSocketMemoryConfigGuid,
-                                                   SOCKET_MEMORY_CONFIG_PERF_OFFSET);
-  const auto profileText = [](const std::string& value) {
-    return value.empty() || !std::isdigit(static_cast<unsigned char>(value[0]))
-               ? value
-               : value + " " + ProfileName(static_cast<std::uint8_t>(std::stoi(value)));
-  };
-  out << "  DcpmmPerfConfigVar  " << profileText(driverProfile) << "\n";
-  out << "  SocketMemoryConfig  byte 364 = " << profileText(platformProfile) << "\n";
-  out << "  PostResetReq        " << ByteVariable(machine, POST_RESET_REQ_NAME, gPlatformRequestVariableGuid) << "\n";
+  for (const VariableFact& fact : DriverVariables(machine)) {
+    const bool profile = fact.name != "CarvekPresent" && fact.name != "PostResetReq";
+    out << "  " << std::left << std::setw(24) << fact.name << std::right << VariableText(fact, profile);
+    if (fact.name == "CarvekPresent") out << " (volatile, written at end of POST)";
+    out << "\n";
+  }
+  out << "devices   " << platform.Origin() << "\n";
 
   for (const PlatformReport& report : summary.reports) {
     out << "PROBLEM (boot " << report.boot << ", " << ReportKindName(report.kind) << ", " << report.image
         << "): " << report.message << "\n";
   }
+  out << CountDriverErrors(summary, SimPlatform::kDriverImage).Describe() << "\n";
 }
 
 }  // namespace carvex::sim::cli

@@ -4,9 +4,9 @@
 #include <CLI/CLI.hpp>
 
 #include "BootCommand.hpp"
+#include "Devices/JsonReader.hpp"
 #include "InventoryCommand.hpp"
 #include "SetupCommand.hpp"
-#include "Devices/JsonReader.hpp"
 
 int main(int argc, char** argv) {
   using namespace carvex::sim::cli;
@@ -15,6 +15,8 @@ int main(int argc, char** argv) {
                "persistent memory modules. State (non-volatile variables, module state) is kept "
                "in a state directory, so successive runs are successive boots of one machine."};
   app.require_subcommand(0, 1);
+  // The common options may stand before or after the subcommand.
+  app.fallthrough();
 
   CommonOptions common;
   AddCommonOptions(app, common);
@@ -42,16 +44,17 @@ int main(int argc, char** argv) {
   CLI::App* inventoryCommand = AddInventoryCommand(app, inventory);
 
   CLI11_PARSE(app, argc, argv);
+  common.logLevelGiven = app.count("--log-level") != 0;
 
   try {
     if (app.got_subcommand("setup")) {
       return RunSetupCommand(common, setup);
     }
     if (inventoryCommand->parsed()) {
-      return RunInventoryCommand(common, inventory, app.count("--log-level") != 0);
+      return RunInventoryCommand(common, inventory);
     }
     if (modulesCommand->parsed()) {
-      return RunModulesCommand(common, views, app.count("--log-level") != 0);
+      return RunModulesCommand(common, views);
     }
     return RunBootCommand(common, boot);
   } catch (const carvex::sim::devices::PlatformFileError& error) {

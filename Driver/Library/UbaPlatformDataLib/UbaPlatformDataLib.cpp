@@ -34,6 +34,7 @@ KeepDimmMap (
   )
 {
   DIMM_MAP_ENTRY  *Copy;
+  EFI_STATUS      Status;
 
   if (Count > DIMM_MAP_MAX_ENTRIES + 1) {
     Count = DIMM_MAP_MAX_ENTRIES + 1;
@@ -43,8 +44,10 @@ KeepDimmMap (
   }
   Copy = NULL;
   if (Count != 0) {
-    Copy = (DIMM_MAP_ENTRY *)AllocateRuntimePool (Count * sizeof (DIMM_MAP_ENTRY));
-    ASSERT (Copy != NULL);
+    Copy   = (DIMM_MAP_ENTRY *)AllocateRuntimePool (Count * sizeof (DIMM_MAP_ENTRY));
+    Status = Copy == NULL ? EFI_OUT_OF_RESOURCES : EFI_SUCCESS;
+    ASSERT (!EFI_ERROR (Status));
+    (VOID)Status;
     if (Copy == NULL) {
       return;
     }

@@ -1,31 +1,18 @@
-#include "SimMachine.hpp"
+#include "SimPlatform.hpp"
 
-#include <cstdlib>
 #include <stdexcept>
 
+#include "BootThroughSetup.hpp"
 #include "Devices/PlatformFile.hpp"
 
-namespace carvex::sim::cli {
+namespace carvex::sim {
 
-namespace {
-
-std::uint64_t ParseMask(const std::string& text) {
-  char* end = nullptr;
-  const unsigned long long value = std::strtoull(text.c_str(), &end, 0);
-  if (text.empty() || end == nullptr || *end != '\0') {
-    throw std::invalid_argument("--capability-mask: not a number: " + text);
-  }
-  return value;
-}
-
-}  // namespace
-
-SimMachine::SimMachine(const CommonOptions& options, bool withClientProbe, std::ostream& notes) {
+SimPlatform::SimPlatform(const SimPlatformOptions& options, std::ostream& notes) {
   if (options.fresh) {
     std::filesystem::remove_all(options.stateDir);
   }
   PlatformSettings settings;
-  settings.capabilityMask = ParseMask(options.capabilityMask);
+  settings.capabilityMask = options.capabilityMask;
 #ifdef CARVEX_SIM_NvmDimmVendorDxe
   if (!options.noVendorDriver) {
     settings.images.emplace_back(CARVEX_SIM_NvmDimmVendorDxe);
@@ -45,7 +32,7 @@ SimMachine::SimMachine(const CommonOptions& options, bool withClientProbe, std::
   for (const auto& image : options.extraImages) {
     settings.images.push_back(image);
   }
-  if (withClientProbe) {
+  if (options.clientProbe) {
     settings.images.push_back(devices::ClientProbeImagePath());
   }
 
@@ -62,16 +49,30 @@ SimMachine::SimMachine(const CommonOptions& options, bool withClientProbe, std::
     }
   }
   machine_ = std::make_unique<Machine>(options.stateDir, settings);
+  // Each joins every boot at the platform-protocol stage, in this order.
+  hii_ = std::make_unique<HiiMachine>(*machine_);
+  browsers_ = std::make_unique<browser::BrowserMachine>(*machine_, *hii_);
   devices_ = std::make_unique<devices::DevicePlatform>(*machine_, std::move(initial));
-  origin_ = devices_->Continued()         ? "continued from " + devices_->StateFile().string()
+  origin_ = devices_->Continued()           ? "continued from " + devices_->StateFile().string()
             : !options.platformFile.empty() ? "new machine from " + options.platformFile.string()
                                             : "new machine from the embedded board";
-  if (withClientProbe) {
+  if (options.clientProbe) {
     machine_->OnStage(BootStage::EndOfPost, [this](Machine& machine) { Inspect(machine); });
   }
 }
 
-void SimMachine::Inspect(Machine& machine) {
+SimPlatform::~SimPlatform() {
+  // End a boot left running while every part it calls back is still here.
+  machine_.reset();
+}
+
+BootSummary SimPlatform::Boot(const BootOptions& options) { return machine_->RunBoot(options); }
+
+BootSummary SimPlatform::BootThroughSetup(const std::function<void(browser::FormBrowser&)>& inSetup) {
+  return browser::RunBootThroughSetup(*machine_, *browsers_, inSetup);
+}
+
+void SimPlatform::Inspect(Machine& machine) {
   // The client layer's own debug lines are not what the person asked for.
   std::ostream* echo = machine.Settings().echo;
   const UINT32 mask = machine.Settings().displayMask;
@@ -86,4 +87,4 @@ void SimMachine::Inspect(Machine& machine) {
   machine.SetDisplay(echo, mask);
 }
 
-}  // namespace carvex::sim::cli
+}  // namespace carvex::sim
