@@ -35,6 +35,13 @@ list(APPEND CARVEX_DRIVER_SOURCES
   ${CARVEX_DRIVER_DIR}/Library/PhysicalPresenceHandlerSupportLib/PhysicalPresenceHandlerSupportLib.cpp
   ${CARVEX_DRIVER_DIR}/Library/SecurityGpioConfigLib/SecurityGpioConfigLib.cpp
 )
+# Inventory records for the component data storage; the board's platform
+# data and DIMM map.
+list(APPEND CARVEX_DRIVER_SOURCES
+  ${CARVEX_DRIVER_DIR}/Inventory/CarvexInventory.cpp
+  ${CARVEX_DRIVER_DIR}/Inventory/CdsSerialData.cpp
+  ${CARVEX_DRIVER_DIR}/Library/UbaPlatformDataLib/UbaPlatformDataLib.cpp
+)
 # Setup form set: its strings (the declaring file, then one translation file
 # per language as each lands) and its forms are compiled into the driver.
 file(GLOB CARVEX_SETUP_TRANSLATIONS CONFIGURE_DEPENDS ${CARVEX_DRIVER_DIR}/Setup/Strings/*.uni)

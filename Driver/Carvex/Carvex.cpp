@@ -4,6 +4,7 @@
 **/
 #include "Carvex.h"
 #include "../Bmc/PassphraseFile.h"
+#include "../Inventory/CarvexInventory.h"
 #include "../KIV/CarvexKiv.h"
 #include "../NvmDimmConfig/CarvexConfig.h"
 #include "../Setup/CarvexSetup.h"
@@ -86,8 +87,7 @@ CarvexPrePostComplete (
   EFI_STATUS  Status;
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
-  // The inventory records are reported from here once that subsystem exists.
-  Status = EFI_SUCCESS;
+  Status = CarvexInventoryPrePostComplete ();
   DEBUG ((DEBUG_WARN, "%a:Exit:%r\n", __func__, Status));
   return Status;
 }

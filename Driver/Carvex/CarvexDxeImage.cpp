@@ -1,10 +1,13 @@
 /** @file
   What the build generates for the CarvexDxe image: its library constructors
-  in dependency order, then the driver's entry point.
+  in dependency order (the shared ones, the board's platform data, then the
+  physical-presence methods), then the driver's entry point.
 **/
 #include "Carvex.h"
 #include "../Library/PhysicalPresenceHandlerSupportLib/PhysicalPresenceHandlerSupportLib.h"
 #include "../Library/SecurityGpioConfigLib/SecurityGpioConfigLib.h"
+#include "../Library/UbaPlatformDataLib/UbaPlatformDataLib.h"
+#include <Library/DebugLib.h>
 #include <Library/UefiDriverEntryPoint.h>
 
 VOID
@@ -14,7 +17,12 @@ ProcessLibraryConstructorList (
   IN EFI_SYSTEM_TABLE  *SystemTable
   )
 {
+  EFI_STATUS  Status;
+
   ProcessCommonLibraryConstructors (ImageHandle, SystemTable);
+  Status = UbaPlatformDataLibConstructor (ImageHandle, SystemTable);
+  ASSERT_EFI_ERROR (Status);
+  (VOID)Status;
   // Physical presence: the registry, then its jumper and remote methods.
   PPHConstructor (ImageHandle, SystemTable);
   SecurityGpioConfigLibConstructor (ImageHandle, SystemTable);

@@ -349,6 +349,7 @@ CONST SCENARIO  mScenarios[] = {
   { "setup-thresholds",  1, SetupThresholds  },
   { "setup-pages",       2, SetupPages       },
   { "security-auto-unlock", 2, SecurityAutoUnlock },
+  { "inventory",         1, InventoryRecords },
 };
 
 }  // namespace

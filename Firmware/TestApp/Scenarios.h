@@ -43,6 +43,10 @@ SetupPages (
 // Automatic unlock over models kept across a reset (SecurityScenario.cpp).
 SCENARIO_RESULT
 SecurityAutoUnlock (
+// Inventory records read back from the component data storage
+// (InventoryScenario.cpp).
+SCENARIO_RESULT
+InventoryRecords (
   IN UINT32  Boot
   );
 

@@ -53,6 +53,19 @@ void DevicePlatform::InstallProtocols(Machine& machine) {
     status = machine.Protocols().Install(kPlatformImage, &gpioHandle, &gCarvexPchGpioProtocolGuid, EFI_NATIVE_INTERFACE,
                                          gpio_.Protocol());
   }
+  // The board configuration database and the component data storage are
+  // the platform's own: served from the host's models, before any image.
+  EFI_HANDLE dataHandle = nullptr;
+  if (!EFI_ERROR(status)) {
+    BoardDeviceBind(state_.board.get());
+    CdsDeviceBind(state_.cds.get());
+    status = machine.Protocols().Install(kPlatformImage, &dataHandle, &gUbaConfigDatabaseProtocolGuid,
+                                         EFI_NATIVE_INTERFACE, BoardDeviceDatabaseProtocol());
+  }
+  if (!EFI_ERROR(status)) {
+    status = machine.Protocols().Install(kPlatformImage, &dataHandle, &gEfiComponentDataStorageProtocolGuid,
+                                         EFI_NATIVE_INTERFACE, CdsDeviceStorageProtocol());
+  }
   if (EFI_ERROR(status)) {
     machine.Log().Report(ReportKind::ServiceMisuse, "platform",
                          "device platform protocols not installed: " + EfiStatusName(status));

@@ -1,9 +1,10 @@
 // The host platform's devices in a simulated machine: it owns the module
 // model and the controller model across boots, runs the modules' power-up
 // at each boot's memory initialisation, hands both models to the vendor and
-// controller images through their platform protocols, and keeps them in the
-// state directory (devices.json, a platform description) at the end of
-// every boot.
+// controller images through their platform protocols, serves the board
+// configuration database and the component data storage itself, and keeps
+// all of it in the state directory (devices.json, a platform description)
+// at the end of every boot.
 #pragma once
 
 #include <filesystem>
@@ -35,6 +36,8 @@ class DevicePlatform {
   NVM_MODEL& Nvm() { return *state_.nvm; }
   BMC_MODEL& Bmc() { return *state_.bmc; }
   GpioPads& Gpio() { return gpio_; }
+  BOARD_MODEL& Board() { return *state_.board; }
+  CDS_MODEL& ComponentData() { return *state_.cds; }
   DeviceState& State() { return state_; }
   // Writes devices.json now (also done before every boot ends).
   void Save() const;

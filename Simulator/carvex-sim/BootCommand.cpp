@@ -99,7 +99,7 @@ void AddCommonOptions(CLI::App& app, CommonOptions& options) {
   app.add_flag("--sample-forms", options.sampleForms,
                "Also load the sample driver with its small form set (a demo of setup and HII)");
   app.add_flag("--json", options.json,
-               "boot and modules: print one JSON document on standard output instead of the text "
+               "boot, modules and inventory: print one JSON document on standard output instead of the text "
                "(the driver log is not echoed)");
 }
 

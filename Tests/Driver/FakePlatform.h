@@ -165,6 +165,13 @@ public:
   // Controller command protocol.
   std::vector<AuditEvent>  AuditEvents;
   EFI_STATUS  AuditStatus = EFI_SUCCESS;
+  // LAN-setting update: the tables handed over, and one the controller
+  // answers with instead (when not empty).
+  std::vector<std::vector<UINT64>>  LanTablesGiven;
+  std::vector<UINT64>  LanReplacement;
+
+  // Further protocols a test publishes (board database, storage).
+  std::vector<std::pair<EFI_GUID, VOID *>>  ExtraProtocols;
 
   // The record the protocol returns for Dimms[Index].
   DIMM_RECORD  Record (size_t Index) const;
