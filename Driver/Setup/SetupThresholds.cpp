@@ -60,11 +60,15 @@ SetupActionsForThresholds (
 
   ZeroMem (&Stored, sizeof (Stored));
   ZeroMem (&Browser, sizeof (Browser));
-  // Outside the browser (leaving setup) there may be no copy to read: the
-  // action then works on the variable alone.
+  // When setup is left the browser may already have let the form set go:
+  // the action then works on the variable alone, and the missing copy is
+  // only worth a warning. On the page itself it is an error.
   BrowserOk = HiiGetBrowserData (&gCarvexSetupFormSetGuid, mCarvekConfigVarName, sizeof (Browser), (UINT8 *)&Browser);
   if (!BrowserOk) {
-    DEBUG ((DEBUG_ERROR, "SetupActionsForThresholds: HiiGetBrowserData failure\n"));
+    DEBUG ((
+      ((Action >= THRESHOLD_ACTION_SAVE) && (Action <= THRESHOLD_ACTION_LOAD_DEFAULTS)) ? DEBUG_WARN : DEBUG_ERROR,
+      "SetupActionsForThresholds: HiiGetBrowserData failure\n"
+      ));
   }
 
   // The platform creates the variable; one that is absent, or of another
