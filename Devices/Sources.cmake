@@ -6,6 +6,7 @@ set(CARVEX_DEVICES_DIR ${CMAKE_CURRENT_LIST_DIR})
 set(CARVEX_NVM_DIMM_DEVICE_SOURCES
   ${CARVEX_DEVICES_DIR}/NvmDimm/DefaultPlatform.cpp
   ${CARVEX_DEVICES_DIR}/NvmDimm/Device.cpp
+  ${CARVEX_DEVICES_DIR}/NvmDimm/GoalMemory.cpp
   ${CARVEX_DEVICES_DIR}/NvmDimm/Goals.cpp
   ${CARVEX_DEVICES_DIR}/NvmDimm/Inventory.cpp
   ${CARVEX_DEVICES_DIR}/NvmDimm/ModelCommon.cpp

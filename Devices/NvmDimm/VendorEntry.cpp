@@ -58,6 +58,9 @@ OwnModel (
     FreePool (Own);
     return Status;
   }
+  // Goals created at an earlier boot are applied by this power-up's memory
+  // initialisation, as a platform's would.
+  NvmGoalMemoryRestore (Own);
   NvmModelPowerCycle (Own);
   *Model = Own;
   return EFI_SUCCESS;
@@ -84,7 +87,8 @@ NvmDimmVendorEntryPoint (
     Status = HostModel (Platform, &Model);
     DEBUG ((DEBUG_INFO, "NvmDimmVendor: platform model: %r\n", Status));
   } else {
-    Status = OwnModel (&Model);
+    Platform = NULL;
+    Status   = OwnModel (&Model);
     DEBUG ((DEBUG_INFO, "NvmDimmVendor: embedded board: %r\n", Status));
   }
   if (EFI_ERROR (Status)) {
@@ -94,6 +98,9 @@ NvmDimmVendorEntryPoint (
   DEBUG ((DEBUG_INFO, "NvmDimmVendor: %d modules, boot %d\n", Model->DimmCount, Model->BootCount));
 
   NvmDimmDeviceBind (Model);
+  if (Platform == NULL) {
+    NvmGoalMemoryKeep (Model, NvmDimmDeviceConfigProtocol ());
+  }
   Handle = NULL;
   Status = gBS->InstallProtocolInterface (&Handle, &gNvmDimmConfigProtocolGuid, EFI_NATIVE_INTERFACE, NvmDimmDeviceConfigProtocol ());
   if (!EFI_ERROR (Status)) {

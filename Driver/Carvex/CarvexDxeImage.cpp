@@ -1,9 +1,11 @@
 /** @file
   What the build generates for the CarvexDxe image: its library constructors
-  in dependency order (the shared ones, then the board's platform data),
-  then the driver's entry point.
+  in dependency order (the shared ones, the board's platform data, then the
+  physical-presence methods), then the driver's entry point.
 **/
 #include "Carvex.h"
+#include "../Library/PhysicalPresenceHandlerSupportLib/PhysicalPresenceHandlerSupportLib.h"
+#include "../Library/SecurityGpioConfigLib/SecurityGpioConfigLib.h"
 #include "../Library/UbaPlatformDataLib/UbaPlatformDataLib.h"
 #include <Library/DebugLib.h>
 #include <Library/UefiDriverEntryPoint.h>
@@ -21,6 +23,10 @@ ProcessLibraryConstructorList (
   Status = UbaPlatformDataLibConstructor (ImageHandle, SystemTable);
   ASSERT_EFI_ERROR (Status);
   (VOID)Status;
+  // Physical presence: the registry, then its jumper and remote methods.
+  PPHConstructor (ImageHandle, SystemTable);
+  SecurityGpioConfigLibConstructor (ImageHandle, SystemTable);
+  RppHandlerConstructor (ImageHandle, SystemTable);
 }
 
 EFI_STATUS

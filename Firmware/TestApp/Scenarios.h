@@ -33,6 +33,16 @@ SetupFormSet (
   IN UINT32  Boot
   );
 
+// A setup save through OVMF's variable services (ThresholdScenario.cpp).
+SCENARIO_RESULT
+SetupThresholds (
+// The module and goal pages driven through the callback, a goal applied
+// by the next boot (SetupPagesScenario.cpp).
+SCENARIO_RESULT
+SetupPages (
+// Automatic unlock over models kept across a reset (SecurityScenario.cpp).
+SCENARIO_RESULT
+SecurityAutoUnlock (
 // Inventory records read back from the component data storage
 // (InventoryScenario.cpp).
 SCENARIO_RESULT

@@ -6,6 +6,7 @@ set(setup_form_app ${CMAKE_CURRENT_LIST_DIR})
 target_sources(CarvexTestApp PRIVATE
   ${setup_form_app}/SetupFormScenario.cpp
   ${setup_form_app}/SetupVarExtract.cpp
+  ${setup_form_app}/SetupPagesScenario.cpp
   ${setup_form_app}/HiiDatabaseWalk.cpp
   ${setup_form_app}/DebugLogSpy.cpp)
 target_link_libraries(CarvexTestApp PRIVATE CarvexSetupStrings CarvexSetupForms)

@@ -445,6 +445,17 @@ SetupCheckDriverLog (
     );
 }
 
+BOOLEAN
+SetupStartDriverForPages (
+  OUT SETUP_CONTEXT  *Context
+  )
+{
+  PLATFORM_SETUP  Setup = { EXPECT_CAPABILITY_APP_DIRECT | EXPECT_CAPABILITY_MEMORY_MODE, 2, DEBUG_ERROR | DEBUG_WARN | DEBUG_INFO };
+
+  return PlatformBringUp (&Setup) && PlatformStartDevices () && LocateServices (Context) && StartDriver (Context) &&
+         FindSetupHandle (Context);
+}
+
 SCENARIO_RESULT
 SetupFormSet (
   IN UINT32  Boot

@@ -49,6 +49,26 @@ SetupCheckDriverLog (
   IN UINTN        ExpectedEnters
   );
 
+// GUID=<bytes>&NAME=<characters>&PATH=<bytes> of a store, as the browser
+// and the router write it; FALSE when it does not fit in Max characters.
+BOOLEAN
+SetupBuildConfigHeader (
+  IN  CONST EFI_GUID  *Guid,
+  IN  CONST CHAR16    *Name,
+  IN  CONST UINT8     *Path,
+  IN  UINTN           PathSize,
+  OUT CHAR16          *Header,
+  IN  UINTN           Max
+  );
+
+// Brings up the platform with the vendor's and the controller's images,
+// finds OVMF's HII services, starts the driver through its end-of-POST slots
+// and finds the handle of its form set. FALSE (already reported) on failure.
+BOOLEAN
+SetupStartDriverForPages (
+  OUT SETUP_CONTEXT  *Context
+  );
+
 // SetupVar through OVMF's router, against the vendor protocol's count and
 // totals and the platform's setup (SetupVarExtract.cpp).
 VOID

@@ -27,14 +27,10 @@
 // The embedded board's module count.
 #define BOARD_MODULES  12
 
-namespace {
-
-CONST CHAR16  mSetupVarName[] = u"SetupVar";
-
 // GUID=<bytes>&NAME=<characters>&PATH=<bytes>, lowercase hexadecimal: GUID
 // and path bytes in memory order, each name character as four digits.
 BOOLEAN
-BuildConfigHeader (
+SetupBuildConfigHeader (
   IN  CONST EFI_GUID  *Guid,
   IN  CONST CHAR16    *Name,
   IN  CONST UINT8     *Path,
@@ -77,6 +73,10 @@ BuildConfigHeader (
 
   return Fits;
 }
+
+namespace {
+
+CONST CHAR16  mSetupVarName[] = u"SetupVar";
 
 // The capacity text the driver must write for Bytes: binary units named
 // TB, GB and MB, one decimal truncated, or whole bytes under 1 MiB. Exact
@@ -200,7 +200,7 @@ SetupCheckExtract (
   // The handle's path was found equal to the expected one, end node included.
   if (!TestExpect (
          !EFI_ERROR (gFwBS->HandleProtocol (Context->SetupHandle, &gEfiDevicePathProtocolGuid, &Path)) &&
-         BuildConfigHeader (&gExpectSetupFormSetGuid, mSetupVarName, static_cast<CONST UINT8 *> (Path), sizeof (gExpectSetupDevicePath), mRequest, CONFIG_MAX) &&
+         SetupBuildConfigHeader (&gExpectSetupFormSetGuid, mSetupVarName, static_cast<CONST UINT8 *> (Path), sizeof (gExpectSetupDevicePath), mRequest, CONFIG_MAX) &&
          ConfigAppend (mRequest, CONFIG_MAX, u"&OFFSET=0&WIDTH=01ee"),
          "setupvar-request",
          "no device path, or the request does not fit"

@@ -206,7 +206,7 @@ class Runner final : public BrowserUi {
     }
   }
 
-  std::optional<ItemView> Find(const ScriptLine& line, const ScriptToken& ref) {
+  std::optional<ItemView> Find(const ScriptLine& line, const ScriptToken& ref, bool reportMissing = true) {
     const FormView view = browser_.View();
     std::vector<const ItemView*> matches;
     if (!ref.quoted && !ref.text.empty() && ref.text[0] == '@') {
@@ -228,6 +228,7 @@ class Runner final : public BrowserUi {
       chosen = shown != matches.end() ? *shown : matches.empty() ? nullptr : matches.front();
     }
     if (chosen == nullptr) {
+      if (!reportMissing) return std::nullopt;
       const std::string where = view.frontPage ? "the front page" : "form " + Quote(view.title);
       Fail(line.number, "no item " + Describe(ScriptLine{0, {ref}}) + " on " + where);
       return std::nullopt;
@@ -428,6 +429,12 @@ class Runner final : public BrowserUi {
     }
     if (t.size() < 3) {
       Fail(line.number, "usage: expect \"Prompt\" = value | ~ text | state...");
+      return;
+    }
+    if (t.size() == 3 && !t[2].quoted && t[2].text == "absent") {
+      if (Find(line, t[1], false)) {
+        Fail(line.number, "expected " + Describe(ScriptLine{0, {t[1]}}) + " absent, saw it on the form");
+      }
       return;
     }
     const auto item = Find(line, t[1]);

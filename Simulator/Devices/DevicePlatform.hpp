@@ -11,6 +11,7 @@
 #include <optional>
 
 #include "DeviceState.hpp"
+#include "GpioPads.hpp"
 #include "Bmc/BmcPlatform.h"
 #include "NvmDimm/NvmDimmPlatform.h"
 #include "Platform/Machine.hpp"
@@ -34,6 +35,7 @@ class DevicePlatform {
 
   NVM_MODEL& Nvm() { return *state_.nvm; }
   BMC_MODEL& Bmc() { return *state_.bmc; }
+  GpioPads& Gpio() { return gpio_; }
   BOARD_MODEL& Board() { return *state_.board; }
   CDS_MODEL& ComponentData() { return *state_.cds; }
   DeviceState& State() { return state_; }
@@ -49,6 +51,7 @@ class DevicePlatform {
   bool continued_ = false;
   NVM_DIMM_PLATFORM_PROTOCOL nvmPlatform_{};
   BMC_PLATFORM_PROTOCOL bmcPlatform_{};
+  GpioPads gpio_{state_.securityJumperFitted};
 };
 
 }  // namespace carvex::sim::devices

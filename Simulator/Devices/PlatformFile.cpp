@@ -73,7 +73,7 @@ class Builder {
 
   DeviceState Build() {
     root_.AllowOnly({"description", "sockets", "handleUpperBits", "modules", "regions", "namespaces", "faults", "bmc",
-                     "bootCount", "namespaceSerial", "board", "componentData"});
+                     "securityJumper", "bootCount", "namespaceSerial", "board", "componentData"});
     if (auto text = root_.Optional("description")) text->Text(4096);
     ReadSockets();
     ReadModules();
@@ -90,6 +90,7 @@ class Builder {
       state_.nvm->NamespaceSerial = static_cast<UINT32>(serial->Unsigned(0xFFFFFFFF));
     }
     ReadBmc();
+    if (auto jumper = root_.Optional("securityJumper")) state_.securityJumperFitted = jumper->Bool();
     ReadBoard(root_.Optional("board"), state_);
     ReadComponentData(root_.Optional("componentData"), state_);
     Check();

@@ -52,6 +52,8 @@ INSTANTIATE_TEST_SUITE_P(
                     "expected \"Regions\" selectable, saw shown grayed"},
         FailureCase{"MissingItem", kOpen + "select \"Nowhere\"", 2,
                     "no item \"Nowhere\" on form \"Browser Sample\""},
+        FailureCase{"PresentNotAbsent", kOpen + "expect \"Nowhere\" absent\nexpect \"Scope\" absent", 3,
+                    "expected \"Scope\" absent, saw it on the form"},
         FailureCase{"SecondOccurrence", kOpen + "expect \"Scope\"[2] shown", 2,
                     "no item \"Scope\"[2] on form \"Browser Sample\""},
         FailureCase{"GrayedLink", kOpen + "select \"Regions\"", 2, "select failed: the link is grayed out"},

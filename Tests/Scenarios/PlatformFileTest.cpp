@@ -137,7 +137,8 @@ TEST_P (ExampleTest, Loads_DumpLoadsBackToSameState) {
 
 INSTANTIATE_TEST_SUITE_P(Platforms, ExampleTest,
                          ::testing::Values("default.json", "no-modules.json", "locked.json", "variant-handles.json",
-                                           "pending-goal.json", "no-regions.json", "partial-map.json"),
+                                           "pending-goal.json", "no-regions.json", "crowded-processor.json",
+                                           "partial-map.json"),
                          [](const ::testing::TestParamInfo<const char*>& info) {
                            std::string name = info.param;
                            name = name.substr(0, name.find('.'));

@@ -23,75 +23,16 @@
 #include "Devices/DevicePlatform.hpp"
 #include "Devices/PlatformFile.hpp"
 #include "HiiMachine.hpp"
+#include "NvmDimm/NvmDimmModel.h"
 #include "Platform/Machine.hpp"
 #include "ScriptFrontEnd.hpp"
 #include "BootThroughSetup.hpp"
+#include "BrowserBoard.hpp"
 
 namespace carvex::test {
 namespace {
 
-namespace browser = sim::browser;
-
 const std::filesystem::path kScripts = CARVEX_TEST_SCRIPTS_DIR;
-const std::filesystem::path kPlatforms = CARVEX_TEST_PLATFORMS_DIR;
-
-// {E8B18FEE-A44E-4F97-B5EE-2D2CA54A3098}
-constexpr EFI_GUID kFormSetGuid = {0xE8B18FEE, 0xA44E, 0x4F97, {0xB5, 0xEE, 0x2D, 0x2C, 0xA5, 0x4A, 0x30, 0x98}};
-
-// A machine with the vendor's and the controller's images and the driver
-// over a board from a platform file, the HII services and the host browser,
-// in a state directory of its own that goes away with it.
-class BrowserBoard {
- public:
-  BrowserBoard(const std::string& platformFile, std::uint64_t capabilityMask) : state_(NewStateDirectory()) {
-    sim::PlatformSettings settings;
-    settings.capabilityMask = capabilityMask;
-    settings.images = {CARVEX_TEST_NvmDimmVendorDxe, CARVEX_TEST_BmcVeskDxe, CARVEX_TEST_CarvexDxe};
-    machine_ = std::make_unique<sim::Machine>(state_, settings);
-    devices_ = std::make_unique<sim::devices::DevicePlatform>(*machine_,
-                                                               sim::devices::LoadPlatformFile(kPlatforms / platformFile));
-    hii_ = std::make_unique<sim::HiiMachine>(*machine_);
-    browsers_ = std::make_unique<browser::BrowserMachine>(*machine_, *hii_);
-  }
-
-  ~BrowserBoard() {
-    // The browser and the HII services lean on the machine; the machine's
-    // end of boot still runs the devices' hooks.
-    browsers_.reset();
-    hii_.reset();
-    machine_.reset();
-    devices_.reset();
-    std::error_code ignored;
-    std::filesystem::remove_all(state_, ignored);
-  }
-
-  BrowserBoard(const BrowserBoard&) = delete;
-  BrowserBoard& operator=(const BrowserBoard&) = delete;
-
-  // One boot through setup; `inSetup` works the browser.
-  sim::BootSummary Boot(const std::function<void(browser::FormBrowser&)>& inSetup) {
-    sim::BootSummary summary = browser::RunBootThroughSetup(*machine_, *browsers_, inSetup);
-    for (const sim::PlatformReport& report : summary.reports) {
-      ADD_FAILURE() << "platform report (" << report.image << "): " << report.message;
-    }
-    return summary;
-  }
-
- private:
-  static std::filesystem::path NewStateDirectory() {
-    static unsigned counter = 0;
-    auto path = std::filesystem::temp_directory_path() /
-                ("carvex-setup-script-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
-    std::filesystem::remove_all(path);
-    return path;
-  }
-
-  std::filesystem::path state_;
-  std::unique_ptr<sim::Machine> machine_;
-  std::unique_ptr<sim::devices::DevicePlatform> devices_;
-  std::unique_ptr<sim::HiiMachine> hii_;
-  std::unique_ptr<browser::BrowserMachine> browsers_;
-};
 
 // One "# run:" line of a script: `--platform FILE [--capability-mask MASK]`,
 // the file in Simulator/Platforms, the mask 0x30 unless given.
@@ -169,6 +110,27 @@ std::string ReadText(const std::filesystem::path& file) {
   return text.str();
 }
 
+// The parts of a script that "# reboot" lines separate, one per boot. Each
+// part keeps the script's line numbers: the other parts' lines are blank.
+std::vector<std::string> BootParts(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  std::vector<std::string> parts;
+  std::size_t first = 0;
+  for (std::size_t end = 0; end <= lines.size(); ++end) {
+    if (end < lines.size() && lines[end].rfind("# reboot", 0) != 0) continue;
+    std::string part;
+    for (std::size_t index = 0; index < lines.size(); ++index) {
+      part += (index >= first && index < end) ? lines[index] : "";
+      part += "\n";
+    }
+    parts.push_back(part);
+    first = end + 1;
+  }
+  return parts;
+}
+
 class SetupScriptTest : public ::testing::TestWithParam<ScriptRun> {};
 
 TEST_P(SetupScriptTest, Script_Passes) {
@@ -177,15 +139,18 @@ TEST_P(SetupScriptTest, Script_Passes) {
   ASSERT_TRUE(run.error.empty()) << name << ": run line: " << run.error;
   BrowserBoard board(run.platform, run.capabilityMask);
   std::ostringstream transcript;
-  browser::ScriptResult result;
-  board.Boot([&](browser::FormBrowser& browser) {
-    browser::ScriptOptions options;
-    options.transcript = &transcript;
-    result = browser::RunSetupScript(browser, ReadText(run.script), name, options);
-  });
-  EXPECT_TRUE(result.ok) << result.Describe() << "\n(--platform " << run.platform << " --capability-mask 0x" << std::hex
-                         << run.capabilityMask << ")\n"
-                         << transcript.str();
+  for (const std::string& part : BootParts(ReadText(run.script))) {
+    browser::ScriptResult result;
+    board.Boot([&](browser::FormBrowser& browser) {
+      browser::ScriptOptions options;
+      options.transcript = &transcript;
+      result = browser::RunSetupScript(browser, part, name, options);
+    });
+    ASSERT_TRUE(result.ok) << result.Describe() << "\n(--platform " << run.platform << " --capability-mask 0x"
+                           << std::hex << run.capabilityMask << ")\n"
+                           << transcript.str();
+    transcript << "# reboot\n";
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Scripts, SetupScriptTest, ::testing::ValuesIn(DiscoverRuns()),
@@ -256,6 +221,55 @@ check "Processor 1"[1]
   EXPECT_GE(CountLines(summary, "Action 1, QID 0x2000"), 1u) << "the log does not show callbacks at all";
   ASSERT_TRUE(setupVar.has_value());
   EXPECT_EQ(setupVar->at(0x110), 1) << "DeleteGoalSocket[0] in the browser's copy";
+}
+
+// Module alarm thresholds over boots through setup: a save pushes the
+// threshold to each module whose own differs, keeping its enabled state; a
+// save without change writes no module.
+TEST(SetupThresholdsTest, SavesOverBoots_OnlyModulesThatDifferAreWritten) {
+  BrowserBoard board("default.json", 0x30);
+  NVM_MODEL& nvm = board.Nvm();
+  ASSERT_GT(nvm.DimmCount, 2u);
+  for (UINT32 i = 0; i < nvm.DimmCount; ++i) {
+    nvm.Dimms[i].AlarmThreshold = 10;
+    nvm.Dimms[i].AlarmEnabled = 1;
+  }
+  nvm.Dimms[0].AlarmThreshold = 20;
+  nvm.Dimms[1].AlarmThreshold = 30;
+  nvm.Dimms[1].AlarmEnabled = 0;
+
+  const std::string page = "goto \"Intel Optane DCPMMs\"\nselect \"DCPMM Configuration\"\n";
+  struct Step {
+    const char* name;
+    std::string script;
+    std::vector<std::uint8_t> variable;
+    UINT32 moduleWrites;
+    UINT16 threshold;
+  };
+  const Step steps[] = {
+      {"DefaultsThenSave", page + "defaults\nsave\n", {10, 10, 0, 0}, 2, 10},
+      {"SaveWithoutChange", page + "save\n", {10, 10, 0, 0}, 0, 10},
+      {"ChangedThenSaved", page + "set \"Percentage Remaining Thresholds [%]\" 25\nsave\n", {25, 25, 0, 0}, 12, 25},
+      {"ChangedThenDiscarded", page + "set \"Percentage Remaining Thresholds [%]\" 40\ndiscard\n", {25, 25, 0, 0}, 0, 25},
+  };
+  for (const Step& step : steps) {
+    SCOPED_TRACE(step.name);
+    NvmModelClearCallCounts(&nvm);
+    std::ostringstream transcript;
+    browser::ScriptResult result;
+    board.Boot([&](browser::FormBrowser& browser) {
+      browser::ScriptOptions options;
+      options.transcript = &transcript;
+      result = browser::RunSetupScript(browser, step.script, step.name, options);
+    });
+    ASSERT_TRUE(result.ok) << result.Describe() << "\n" << transcript.str();
+    EXPECT_EQ(board.Machine().Variables().Data(u"CarvekConfigVar", kFormSetGuid), step.variable);
+    EXPECT_EQ(nvm.CallCount[NVM_SLOT_SET_ALARM_THRESHOLDS], step.moduleWrites);
+    for (UINT32 i = 0; i < nvm.DimmCount; ++i) {
+      EXPECT_EQ(nvm.Dimms[i].AlarmThreshold, step.threshold) << "module " << i;
+      EXPECT_EQ(nvm.Dimms[i].AlarmEnabled, i == 1 ? 0 : 1) << "module " << i << " keeps its enabled state";
+    }
+  }
 }
 
 }  // namespace
