@@ -159,7 +159,8 @@ public:
   std::vector<ScrubWrite>  ScrubWrites;
   bool  ScrubInProgress () const;
 
-  // Further protocols a test publishes (GUID, interface).
+  // Further protocols a test publishes (GUID, interface): board database,
+  // storage, GPIO.
   std::vector<std::pair<EFI_GUID, VOID *>>  ExtraProtocols;
 
   // Controller command protocol.
@@ -169,9 +170,6 @@ public:
   // answers with instead (when not empty).
   std::vector<std::vector<UINT64>>  LanTablesGiven;
   std::vector<UINT64>  LanReplacement;
-
-  // Further protocols a test publishes (board database, storage).
-  std::vector<std::pair<EFI_GUID, VOID *>>  ExtraProtocols;
 
   // The record the protocol returns for Dimms[Index].
   DIMM_RECORD  Record (size_t Index) const;
