@@ -110,6 +110,14 @@ INSTANTIATE_TEST_SUITE_P(
                  "faults[0]: \"times\" needs a count of at least 1"},
         BadField{"FileTextAndHex", Modules(kModule0, R"(, "bmc": {"files": [{"id": 47, "text": "a", "hex": "61"}]})"),
                  "bmc.files[0]: give either \"text\" or \"hex\""},
+        BadField{"BoardSlotOnTerminator",
+                 Modules(kModule0, R"(, "board": {"dimmMap": [{"label": 1, "cpu": 255, "imc": 0, "channel": 0}]})"),
+                 "board.dimmMap[0].cpu: at most 254"},
+        BadField{"BoardOneFactor", Modules(kModule0, R"(, "board": {"perSocketFactors": [6]})"),
+                 "board.perSocketFactors: expected the two factors"},
+        BadField{"ComponentRecordOddHex",
+                 Modules(kModule0, R"(, "componentData": {"records": [{"type": 9, "key": 1, "data": "0a0"}]})"),
+                 "componentData.records[0].data: expected pairs of hex digits"},
         BadField{"NoSockets", R"({"sockets": 0, "modules": []})", "sockets: at least one socket"},
         BadField{"NoModulesField", R"({"sockets": 1})", "missing field \"modules\""}),
     [](const ::testing::TestParamInfo<BadField>& info) { return std::string(info.param.name); });
@@ -129,7 +137,8 @@ TEST_P (ExampleTest, Loads_DumpLoadsBackToSameState) {
 
 INSTANTIATE_TEST_SUITE_P(Platforms, ExampleTest,
                          ::testing::Values("default.json", "no-modules.json", "locked.json", "variant-handles.json",
-                                           "pending-goal.json", "no-regions.json", "crowded-processor.json"),
+                                           "pending-goal.json", "no-regions.json", "crowded-processor.json",
+                                           "partial-map.json"),
                          [](const ::testing::TestParamInfo<const char*>& info) {
                            std::string name = info.param;
                            name = name.substr(0, name.find('.'));
