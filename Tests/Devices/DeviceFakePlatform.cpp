@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include <Library/UefiBootServicesTableLib.h>
+#include <Library/UefiRuntimeServicesTableLib.h>
 
 namespace {
 
@@ -55,6 +56,16 @@ EFI_STATUS EFIAPI FakeInstallProtocolInterface (EFI_HANDLE *Handle, EFI_GUID *Gu
   return EFI_SUCCESS;
 }
 
+EFI_STATUS EFIAPI FakeGetVariable (CHAR16 *, EFI_GUID *, UINT32 *, UINTN *, VOID *)
+{
+  return EFI_NOT_FOUND;
+}
+
+EFI_STATUS EFIAPI FakeSetVariable (CHAR16 *, EFI_GUID *, UINT32, UINTN, VOID *)
+{
+  return EFI_WRITE_PROTECTED;
+}
+
 }  // namespace
 
 DeviceFakePlatform::DeviceFakePlatform ()
@@ -66,6 +77,10 @@ DeviceFakePlatform::DeviceFakePlatform ()
   BootServices.InstallProtocolInterface = FakeInstallProtocolInterface;
   mPrevious                             = gBS;
   gBS                                   = &BootServices;
+  RuntimeServices.GetVariable           = FakeGetVariable;
+  RuntimeServices.SetVariable           = FakeSetVariable;
+  mPreviousRuntime                      = gRT;
+  gRT                                   = &RuntimeServices;
 }
 
 DeviceFakePlatform::~DeviceFakePlatform ()
@@ -74,6 +89,7 @@ DeviceFakePlatform::~DeviceFakePlatform ()
     std::free (Block);
   }
   gBS   = mPrevious;
+  gRT   = mPreviousRuntime;
   gFake = nullptr;
 }
 

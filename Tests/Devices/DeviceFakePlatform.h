@@ -15,7 +15,8 @@ struct InstalledProtocol {
 
 class DeviceFakePlatform {
 public:
-  // Becomes gBS for the test's lifetime.
+  // Becomes gBS (and gRT, with no variables and writes refused) for the
+  // test's lifetime.
   DeviceFakePlatform ();
   ~DeviceFakePlatform ();
 
@@ -28,8 +29,10 @@ public:
   std::vector<InstalledProtocol>  Protocols;
   std::vector<InstalledProtocol>  Installs;  // what the code under test installed
 
-  EFI_BOOT_SERVICES  BootServices{};
+  EFI_BOOT_SERVICES     BootServices{};
+  EFI_RUNTIME_SERVICES  RuntimeServices{};
 
 private:
-  EFI_BOOT_SERVICES  *mPrevious;
+  EFI_BOOT_SERVICES     *mPrevious;
+  EFI_RUNTIME_SERVICES  *mPreviousRuntime;
 };
