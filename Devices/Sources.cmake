@@ -28,3 +28,12 @@ set(CARVEX_BMC_DEVICE_SOURCES
   ${CARVEX_DEVICES_DIR}/Bmc/BmcModel.cpp
 )
 set(CARVEX_BMC_IMAGE_SOURCES ${CARVEX_DEVICES_DIR}/Bmc/BmcVeskDxeImage.cpp)
+
+# Board configuration database and component data storage.
+set(CARVEX_PLATFORM_DATA_DEVICE_SOURCES
+  ${CARVEX_DEVICES_DIR}/Board/BoardDatabase.cpp
+  ${CARVEX_DEVICES_DIR}/Board/BoardModel.cpp
+  ${CARVEX_DEVICES_DIR}/Board/PlatformDataEntry.cpp
+  ${CARVEX_DEVICES_DIR}/ComponentData/CdsModel.cpp
+)
+set(CARVEX_PLATFORM_DATA_IMAGE_SOURCES ${CARVEX_DEVICES_DIR}/Board/PlatformDataDxeImage.cpp)

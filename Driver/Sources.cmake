@@ -3,6 +3,7 @@ set(CARVEX_DRIVER_DIR ${CMAKE_CURRENT_LIST_DIR})
 set(CARVEX_DRIVER_SOURCES
   ${CARVEX_DRIVER_DIR}/Carvex/Carvex.cpp
   ${CARVEX_DRIVER_DIR}/Carvex/CarvexPerfSync.cpp
+  ${CARVEX_DRIVER_DIR}/Carvex/SocketMemoryConfig.cpp
   ${CARVEX_DRIVER_DIR}/KIV/KivSetupEnter.cpp
   ${CARVEX_DRIVER_DIR}/NvmDimmConfig/CarvexConfig.cpp
   ${CARVEX_DRIVER_DIR}/NvmDimmConfig/NvmStatus.cpp
@@ -24,11 +25,22 @@ list(APPEND CARVEX_DRIVER_SOURCES
   ${CARVEX_DRIVER_DIR}/NvmDimmConfig/TextParse.cpp
   ${CARVEX_DRIVER_DIR}/NvmDimmConfig/Thresholds.cpp
   ${CARVEX_DRIVER_DIR}/Bmc/AuditLog.cpp
+  ${CARVEX_DRIVER_DIR}/Bmc/AutoUnlock.cpp
+  ${CARVEX_DRIVER_DIR}/Bmc/PassphraseFile.cpp
 )
 # Namespaces of the client layer; run-time strings in every language.
 list(APPEND CARVEX_DRIVER_SOURCES
   ${CARVEX_DRIVER_DIR}/NvmDimmConfig/Namespaces.cpp
   ${CARVEX_DRIVER_DIR}/Library/MultiLanguageLib/MultiLanguageLib.cpp
+  ${CARVEX_DRIVER_DIR}/Library/PhysicalPresenceHandlerSupportLib/PhysicalPresenceHandlerSupportLib.cpp
+  ${CARVEX_DRIVER_DIR}/Library/SecurityGpioConfigLib/SecurityGpioConfigLib.cpp
+)
+# Inventory records for the component data storage; the board's platform
+# data and DIMM map.
+list(APPEND CARVEX_DRIVER_SOURCES
+  ${CARVEX_DRIVER_DIR}/Inventory/CarvexInventory.cpp
+  ${CARVEX_DRIVER_DIR}/Inventory/CdsSerialData.cpp
+  ${CARVEX_DRIVER_DIR}/Library/UbaPlatformDataLib/UbaPlatformDataLib.cpp
 )
 # Setup form set: its strings (the declaring file, then one translation file
 # per language as each lands) and its forms are compiled into the driver.
@@ -46,9 +58,11 @@ set(CARVEX_SETUP_SOURCES
   ${CARVEX_DRIVER_DIR}/Setup/CarvexSetup.cpp
   ${CARVEX_DRIVER_DIR}/Setup/SetupCallback.cpp
   ${CARVEX_DRIVER_DIR}/Setup/SetupMessageBox.cpp
+  ${CARVEX_DRIVER_DIR}/Setup/SetupThresholds.cpp
   ${CARVEX_DRIVER_DIR}/Setup/DimmDetailsPages.cpp
   ${CARVEX_DRIVER_DIR}/Setup/RegionPages.cpp
   ${CARVEX_DRIVER_DIR}/Setup/GoalPages.cpp
+  ${CARVEX_DRIVER_DIR}/Setup/SecurityPage.cpp
 )
 set_source_files_properties(${CARVEX_SETUP_SOURCES} PROPERTIES
   INCLUDE_DIRECTORIES "${CarvexSetupStrings_INCLUDE_DIR};${CarvexSetupForms_INCLUDE_DIR}")

@@ -306,13 +306,19 @@ BmcUpdateLanSettingTable (
   if (Table == NULL || Count == NULL || (*Table == NULL && *Count != 0)) {
     return Complete (CompletionCode, VESK_COMPLETION_INVALID_FIELD, EFI_INVALID_PARAMETER);
   }
-  // The controller keeps what fits and leaves the board's table as it is.
+  // The controller keeps what fits of the board's table.
   Kept = *Count < BMC_MAX_LAN_ENTRIES ? *Count : BMC_MAX_LAN_ENTRIES;
   ZeroMem (Model->LanTable, sizeof (Model->LanTable));
   if (Kept != 0) {
     CopyMem (Model->LanTable, *Table, Kept * sizeof (Model->LanTable[0]));
   }
   Model->LanEntryCount = Kept;
+  // A controller configured with a table of its own hands that back
+  // instead; it stays the controller's, so the caller copies it.
+  if (Model->LanReplacementCount != 0 && Model->LanReplacementCount <= BMC_MAX_LAN_ENTRIES) {
+    *Table = Model->LanReplacement;
+    *Count = Model->LanReplacementCount;
+  }
   return Complete (CompletionCode, VESK_COMPLETION_OK, EFI_SUCCESS);
 }
 

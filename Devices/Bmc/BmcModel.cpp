@@ -52,7 +52,7 @@ BmcModelValidate (
     return EFI_INCOMPATIBLE_VERSION;
   }
   if (Model->AuditCount > BMC_MAX_AUDIT_EVENTS || Model->AuditCount > Model->AuditSequence ||
-      Model->LanEntryCount > BMC_MAX_LAN_ENTRIES)
+      Model->LanEntryCount > BMC_MAX_LAN_ENTRIES || Model->LanReplacementCount > BMC_MAX_LAN_ENTRIES)
   {
     return EFI_VOLUME_CORRUPTED;
   }

@@ -78,6 +78,11 @@ typedef struct {
   UINT8              Reserved[2];
   UINT32             LanEntryCount;
   UINT64             LanTable[BMC_MAX_LAN_ENTRIES];  // 8-byte entries as given
+  // Non-zero: the controller answers the LAN-setting update with this table
+  // of its own in place of the board's.
+  UINT32             LanReplacementCount;
+  UINT32             Reserved2;
+  UINT64             LanReplacement[BMC_MAX_LAN_ENTRIES];
 
   // Test and simulator control.
   BMC_FAULT          Faults[BMC_SLOT_COUNT];

@@ -3,9 +3,12 @@
   on the platform's events; all work happens in the callbacks.
 **/
 #include "Carvex.h"
+#include "../Bmc/PassphraseFile.h"
+#include "../Inventory/CarvexInventory.h"
 #include "../KIV/CarvexKiv.h"
 #include "../NvmDimmConfig/CarvexConfig.h"
 #include "../Setup/CarvexSetup.h"
+#include "../Setup/SetupThresholds.h"
 #include <Guid/CarvexVariables.h>
 #include <Library/DebugLib.h>
 #include <Library/PcdLib.h>
@@ -84,8 +87,7 @@ CarvexPrePostComplete (
   EFI_STATUS  Status;
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
-  // The inventory records are reported from here once that subsystem exists.
-  Status = EFI_SUCCESS;
+  Status = CarvexInventoryPrePostComplete ();
   DEBUG ((DEBUG_WARN, "%a:Exit:%r\n", __func__, Status));
   return Status;
 }
@@ -149,6 +151,10 @@ CarvexSaveSetting (
   EFI_STATUS  Status;
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
+  // The threshold is stored (and pushed to the modules) before the
+  // out-of-band save, and the performance profile taken from the platform
+  // after it.
+  SetupActionsForThresholds (THRESHOLD_ACTION_SAVE);
   Status = EFI_SUCCESS;
   CarvexSyncDcpmmPerfConfig (FALSE);
   DEBUG ((DEBUG_WARN, "%a:Exit:%r\n", __func__, Status));
@@ -164,6 +170,7 @@ CarvexDiscardSetting (
   EFI_STATUS  Status;
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
+  SetupActionsForThresholds (THRESHOLD_ACTION_DISCARD);
   Status = EFI_SUCCESS;
   DEBUG ((DEBUG_WARN, "%a:Exit:%r\n", __func__, Status));
   return Status;
@@ -178,6 +185,7 @@ CarvexLoadDefaultSetting (
   EFI_STATUS  Status;
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
+  SetupActionsForThresholds (THRESHOLD_ACTION_LOAD_DEFAULTS);
   Status = EFI_SUCCESS;
   DEBUG ((DEBUG_ERROR, "%a:Exit\n", __func__));
   return Status;
@@ -190,11 +198,21 @@ CarvexReadyToBoot (
   IN VOID       *Context
   )
 {
+  BOOLEAN  Completed;
+
   (VOID)Event;
   (VOID)Context;
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
-  // Automatic unlock with the controller's passphrase file runs here once the
-  // controller services exist.
+
+  // Serves ready-to-boot and legacy boot alike; AutoUnlock itself makes sure
+  // the modules are unlocked only once per boot.
+  Completed = FALSE;
+  AutoUnlock (&Completed);
+  if (Completed) {
+    DEBUG ((DEBUG_ERROR, "%a:Auto Unlock has been completed, Need update the config file.\n", __func__));
+    // The controller learns the new states and outcomes through the
+    // out-of-band synchronisation once that form set exists.
+  }
 
   DEBUG ((DEBUG_ERROR, "%a:Exit\n", __func__));
 }

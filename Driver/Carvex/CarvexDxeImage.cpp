@@ -1,8 +1,40 @@
 /** @file
   What the build generates for the CarvexDxe image: its library constructors
-  in dependency order, then the driver's entry point.
+  in dependency order (the shared ones, the board's platform data, then the
+  physical-presence methods), then the driver's entry point.
 **/
 #include "Carvex.h"
+#include "../Library/PhysicalPresenceHandlerSupportLib/PhysicalPresenceHandlerSupportLib.h"
+#include "../Library/SecurityGpioConfigLib/SecurityGpioConfigLib.h"
+#include "../Library/UbaPlatformDataLib/UbaPlatformDataLib.h"
+#include <Library/DebugLib.h>
 #include <Library/UefiDriverEntryPoint.h>
 
-CARVEX_IMAGE_ENTRY (CarvexEntryPoint)
+VOID
+EFIAPI
+ProcessLibraryConstructorList (
+  IN EFI_HANDLE        ImageHandle,
+  IN EFI_SYSTEM_TABLE  *SystemTable
+  )
+{
+  EFI_STATUS  Status;
+
+  ProcessCommonLibraryConstructors (ImageHandle, SystemTable);
+  Status = UbaPlatformDataLibConstructor (ImageHandle, SystemTable);
+  ASSERT_EFI_ERROR (Status);
+  (VOID)Status;
+  // Physical presence: the registry, then its jumper and remote methods.
+  PPHConstructor (ImageHandle, SystemTable);
+  SecurityGpioConfigLibConstructor (ImageHandle, SystemTable);
+  RppHandlerConstructor (ImageHandle, SystemTable);
+}
+
+EFI_STATUS
+EFIAPI
+ProcessModuleEntryPointList (
+  IN EFI_HANDLE        ImageHandle,
+  IN EFI_SYSTEM_TABLE  *SystemTable
+  )
+{
+  return CarvexEntryPoint (ImageHandle, SystemTable);
+}

@@ -4,6 +4,7 @@
   initialisation must run again), when setup is saved the platform's wins.
 **/
 #include "Carvex.h"
+#include "SocketMemoryConfig.h"
 #include <Guid/CarvexVariables.h>
 #include <Guid/PlatformVariables.h>
 #include <Library/DebugLib.h>
@@ -41,9 +42,7 @@ CarvexSyncDcpmmPerfConfig (
     DEBUG ((DEBUG_WARN, "%a:DcpmmPerfConfigVar.DcpmmPerfConfig %d\n", __func__, (INT32)DcpmmPerfConfig));
   }
 
-  SocketAttributes = 0;
-  DataSize         = sizeof (mSocketMemoryConfig);
-  SocketStatus     = gRT->GetVariable (mSocketMemoryConfigName, &gSocketMemoryConfigGuid, &SocketAttributes, &DataSize, mSocketMemoryConfig);
+  SocketStatus = GetSocketMemoryConfig (&SocketAttributes, mSocketMemoryConfig);
   DEBUG ((DEBUG_WARN, "%a:Get %s:%r\n", __func__, mSocketMemoryConfigName, SocketStatus));
   if (!EFI_ERROR (SocketStatus)) {
     DEBUG ((

@@ -7,6 +7,8 @@
 #include "CarvexSetupVar.h"
 #include "CarvexSetupBin.h"
 #include "CarvexSetupStrings.h"
+#include "../Carvex/SocketMemoryConfig.h"
+#include "SecurityPage.h"
 #include "../NvmDimmConfig/CarvexConfig.h"
 #include <Guid/CarvexVariables.h>
 #include <Guid/PlatformVariables.h>
@@ -195,7 +197,6 @@ BuildSetupVar (
   SETUP_VAR   Var;
   UINT32      RegionCount;
   UINT32      Attributes;
-  UINTN       DataSize;
 
   ZeroMem (&Var, sizeof (Var));
   Var.DimmCount    = GetDimmCount ();
@@ -220,9 +221,7 @@ BuildSetupVar (
   DEBUG ((DEBUG_WARN, "%a:SetupVar.SupportMemoryMode:%x\n", __func__, Var.SupportMemoryMode));
   DEBUG ((DEBUG_WARN, "%a:SetupVar.SupportAppDirectMode:%x\n", __func__, Var.SupportAppDirectMode));
 
-  Attributes = 0;
-  DataSize   = sizeof (mSocketMemoryConfig);
-  Status     = gRT->GetVariable (mSocketMemoryConfigName, &gSocketMemoryConfigGuid, &Attributes, &DataSize, mSocketMemoryConfig);
+  Status = GetSocketMemoryConfig (&Attributes, mSocketMemoryConfig);
   DEBUG ((DEBUG_WARN, "%a:Get %s:%r\n", __func__, mSocketMemoryConfigName, Status));
   if (!EFI_ERROR (Status)) {
     DEBUG ((DEBUG_WARN, "%a:SocketMemoryConfiguration.NvmdimmPerfConfig %d\n", __func__, mSocketMemoryConfig[SOCKET_MEMORY_CONFIG_PERF_OFFSET]));
@@ -325,9 +324,12 @@ SetupExtractConfig (
     BuildSetupVar (mExtractBuffer, CapabilityMask, &pRegions);
   }
 
-  // The security buffer is filled from the modules' security states by the
-  // security page's collection; the other buffers start as zeros and the
-  // pages fill them through the browser when the user follows a link.
+  // The security buffer starts from the modules' security states; the other
+  // buffers start as zeros and the pages fill them through the browser when
+  // the user follows a link.
+  if (Store == SetupStoreSecurityDetails) {
+    GetSecurityStateDetails (mExtractBuffer);
+  }
 
   pRouting = LocateConfigRouting ();
   if (pRouting == NULL) {
@@ -362,6 +364,7 @@ SetupRouteConfig (
   )
 {
   EFI_STATUS                       Status;
+  EFI_STATUS                       SocketStatus;
   SETUP_VAR                        Var;
   UINTN                            BlockSize;
   UINT32                           Attributes;
@@ -386,7 +389,13 @@ SetupRouteConfig (
     return Status;
   }
 
+  // A configuration may name only some fields. The image starts from the
+  // profile extract reports, so one that leaves the profile out keeps the
+  // platform's; every other field is dropped below anyway.
+  SocketStatus = GetSocketMemoryConfig (&Attributes, mSocketMemoryConfig);
   ZeroMem (&Var, sizeof (Var));
+  Var.DcpmmPerfConfig = EFI_ERROR (SocketStatus) ? (UINT8)PERF_PROFILE_BALANCED
+                                                 : mSocketMemoryConfig[SOCKET_MEMORY_CONFIG_PERF_OFFSET];
   BlockSize = sizeof (Var);
   pRouting  = LocateConfigRouting ();
   Status    = (pRouting == NULL) ? EFI_NOT_FOUND
@@ -400,9 +409,7 @@ SetupRouteConfig (
   DcpmmPerfConfig = Var.DcpmmPerfConfig;
   DEBUG ((DEBUG_WARN, "%a:SetupVar.DcpmmPerfConfig %d\n", __func__, DcpmmPerfConfig));
 
-  Attributes = 0;
-  DataSize   = sizeof (mSocketMemoryConfig);
-  Status     = gRT->GetVariable (mSocketMemoryConfigName, &gSocketMemoryConfigGuid, &Attributes, &DataSize, mSocketMemoryConfig);
+  Status = SocketStatus;
   DEBUG ((DEBUG_WARN, "%a:Get %s:%r\n", __func__, mSocketMemoryConfigName, Status));
   if (EFI_ERROR (Status)) {
     DEBUG ((DEBUG_ERROR, "%a:Exit:%r\n", __func__, Status));

@@ -57,8 +57,9 @@ EFI_STATUS EFIAPI SetupCallback (
 VOID *EFIAPI CreateLabelOpcodeHandle (IN UINT16 LabelNumber);
 
 // Shows StringId under the title of MessageType. BoxType 3 asks, repeating
-// until the answer is 0 (yes) or 1 (no), and stores it in *Selection.
-// Without the platform's message box nothing is shown.
+// until the answer is 0 (yes) or 1 (no), and stores it in *Selection; when
+// it ends without an answer (no message box service, no text, a failing
+// box) it stores 1. Without the platform's message box nothing is shown.
 VOID EFIAPI DisplayMessageBox (
   IN EFI_HII_HANDLE  Handle,
   IN UINT32          MessageType,

@@ -5,9 +5,11 @@
 **/
 #include "CarvexSetup.h"
 #include "CarvexSetupVar.h"
+#include "SetupThresholds.h"
 #include "DimmDetailsPages.h"
 #include "GoalPages.h"
 #include "RegionPages.h"
+#include "SecurityPage.h"
 #include "../NvmDimmConfig/CarvexConfig.h"
 #include <Guid/CarvexVariables.h>
 #include <Library/BaseMemoryLib.h>
@@ -49,6 +51,35 @@ CheckCapacityRow (
   (VOID)Value;
   return SetupCheckIfInvalid ();
 }
+
+// Security page: the refreshes and the password questions, whose status
+// the browser needs for its conversation.
+STATIC
+EFI_STATUS
+EFIAPI
+SecurityRefreshRow (
+  IN EFI_QUESTION_ID         QuestionId,
+  IN UINT16                  Index,
+  IN OUT EFI_IFR_TYPE_VALUE  *Value
+  )
+{
+  (VOID)Index;
+  (VOID)Value;
+  return UpdateSecurityState (QuestionId);
+}
+
+#define SECURITY_ROW_HANDLER(Row, Handler)  \
+  STATIC EFI_STATUS EFIAPI Row (IN EFI_QUESTION_ID QuestionId, IN UINT16 Index, IN OUT EFI_IFR_TYPE_VALUE *Value) \
+  {                                         \
+    (VOID)Index;                            \
+    return Handler (Value, QuestionId);     \
+  }
+
+SECURITY_ROW_HANDLER (SecurityEnableRow, EnableSecurity)
+SECURITY_ROW_HANDLER (SecurityChangeRow, ChangeSecurityPassphrase)
+SECURITY_ROW_HANDLER (SecurityDisableRow, DisableSecurity)
+SECURITY_ROW_HANDLER (SecurityEraseRow, SecurityErase)
+SECURITY_ROW_HANDLER (SecurityEraseNoPassphraseRow, SecurityEraseWithoutPassphrase)
 
 // Module details, goal and region pages.
 STATIC
@@ -185,26 +216,59 @@ CheckNamespaceRow (
   return SetupCheckNamespace (QuestionId);
 }
 
-// Tested in row order; the page builders and action handlers of the
-// namespace, security and threshold pages take their rows here as they are
-// added.
+// The threshold page's link (entry) and editable threshold (changed) are
+// the two actions of the same name.
+STATIC
+EFI_STATUS
+EFIAPI
+ThresholdsRow (
+  IN EFI_QUESTION_ID         QuestionId,
+  IN UINT16                  Index,
+  IN OUT EFI_IFR_TYPE_VALUE  *Value
+  )
+{
+  (VOID)Index;
+  (VOID)Value;
+  return SetupActionsForThresholds (QuestionId);
+}
+
+// Tested in row order; the namespace pages take their rows here as they
+// are added.
 STATIC CONST SETUP_CALLBACK_ROW  mChangingRows[] = {
-  { 0x0008, 0x0008, DimmDetailsRow,        FALSE },
-  { 0x1000, 0x100F, SocketDimmDetailsRow,  FALSE },
-  { 0x0009, 0x0009, GoalsPageRow,          FALSE },
-  { 0x000D, 0x000D, CreateGoalRow,         FALSE },
-  { 0x2040, 0x2047, PendingGoalDetailsRow, FALSE },
-  { 0x000F, 0x000F, DeleteGoalRow,         FALSE },
-  { 0x0010, 0x0010, RegionListRow,         FALSE },
-  { 0x3000, 0x3FFF, RegionDetailsRow,      FALSE },
-  { 0,      0,      NULL,                  FALSE }
+  { 0x0008,                        0x0008,                        DimmDetailsRow,        FALSE },
+  { 0x1000,                        0x100F,                        SocketDimmDetailsRow,  FALSE },
+  { 0x0009,                        0x0009,                        GoalsPageRow,          FALSE },
+  { 0x000D,                        0x000D,                        CreateGoalRow,         FALSE },
+  { 0x2040,                        0x2047,                        PendingGoalDetailsRow, FALSE },
+  { 0x000F,                        0x000F,                        DeleteGoalRow,         FALSE },
+  { 0x0010,                        0x0010,                        RegionListRow,         FALSE },
+  { 0x3000,                        0x3FFF,                        RegionDetailsRow,      FALSE },
+  { THRESHOLD_ACTION_PAGE_ENTERED, THRESHOLD_ACTION_PAGE_ENTERED, ThresholdsRow,         TRUE  },
+  // Security page.
+  { SECURITY_QID_LINK,                         SECURITY_QID_LINK,                        SecurityRefreshRow,           TRUE  },
+  { SECURITY_QID_CLEAR_SELECTIONS,             SECURITY_QID_CLEAR_SELECTIONS,            SecurityRefreshRow,           TRUE  },
+  { SECURITY_QID_ENABLE_PLATFORM,              SECURITY_QID_ENABLE_PLATFORM,             SecurityEnableRow,            TRUE  },
+  { SECURITY_QID_ENABLE_SINGLE,                SECURITY_QID_ENABLE_SINGLE,               SecurityEnableRow,            TRUE  },
+  { SECURITY_QID_CHANGE_PLATFORM,              SECURITY_QID_CHANGE_PLATFORM,             SecurityChangeRow,            TRUE  },
+  { SECURITY_QID_CHANGE_SINGLE,                SECURITY_QID_CHANGE_SINGLE,               SecurityChangeRow,            TRUE  },
+  { SECURITY_QID_DISABLE_PLATFORM,             SECURITY_QID_DISABLE_PLATFORM,            SecurityDisableRow,           TRUE  },
+  { SECURITY_QID_DISABLE_SINGLE,               SECURITY_QID_DISABLE_SINGLE,              SecurityDisableRow,           TRUE  },
+  { SECURITY_QID_ERASE_PLATFORM,               SECURITY_QID_ERASE_PLATFORM,              SecurityEraseRow,             TRUE  },
+  { SECURITY_QID_ERASE_SINGLE,                 SECURITY_QID_ERASE_SINGLE,                SecurityEraseRow,             TRUE  },
+  { SECURITY_QID_ERASE_NO_PASSPHRASE_PLATFORM, SECURITY_QID_ERASE_NO_PASSPHRASE_SINGLE,  SecurityEraseNoPassphraseRow, TRUE  },
+  { 0,                                         0,                                        NULL,                         FALSE }
 };
 
+// The delete-goal check boxes 0x2010..0x2017 carry no callback flag in the
+// form, so a CHANGED row for them never fires; the form keeps that layout.
 STATIC CONST SETUP_CALLBACK_ROW  mChangedRows[] = {
-  { 0x0016, 0x0016, CheckCapacityRow,  FALSE },
-  { 0x2000, 0x2007, CheckNamespaceRow, FALSE },
-  { 0x2010, 0x2017, CheckNamespaceRow, FALSE },
-  { 0,      0,      NULL,              FALSE }
+  { 0x0016,                         0x0016,                         CheckCapacityRow,   FALSE },
+  { 0x2000,                         0x2007,                         CheckNamespaceRow,  FALSE },
+  { 0x2010,                         0x2017,                         CheckNamespaceRow,  FALSE },
+  { THRESHOLD_ACTION_VALUE_CHANGED, THRESHOLD_ACTION_VALUE_CHANGED, ThresholdsRow,      TRUE  },
+  // Security page: a module's check box.
+  { SECURITY_QID_CHECK_BOX_FIRST,   SECURITY_QID_CHECK_BOX_LAST,    SecurityRefreshRow, TRUE  },
+  { 0,                              0,                              NULL,               FALSE }
 };
 
 // The row that owns QuestionId, or NULL.

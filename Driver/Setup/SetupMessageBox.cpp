@@ -62,6 +62,12 @@ DisplayMessageBox (
   CHAR16      *pMessage;
   UINT8       Answer;
 
+  // No caller goes ahead without an explicit yes: whatever ends an asking
+  // box without one (no box service, no text, a failing box) answers "no".
+  if ((BoxType == SETUP_MESSAGE_BOX_ASK) && (Selection != NULL)) {
+    *Selection = SETUP_MESSAGE_SELECTION_NO;
+  }
+
   if (mPostMessage == NULL) {
     Status = gBS->LocateProtocol (&gPlatformPostMessageProtocolGuid, NULL, (VOID **)&mPostMessage);
     if (EFI_ERROR (Status) || (mPostMessage == NULL)) {
@@ -93,13 +99,16 @@ DisplayMessageBox (
     mPostMessage->DisplayMessageBox (pTitle, pMessage, SETUP_MESSAGE_BOX_REPORT, NULL);
   } else if (BoxType == SETUP_MESSAGE_BOX_ASK) {
     // Only a clear yes or no ends the question. A box that cannot be shown
-    // at all ends it too, unanswered, rather than hanging setup.
+    // at all ends it too, rather than hanging setup, with the "no" stored
+    // on entry.
     Answer = SETUP_SELECTION_NONE;
     do {
       Status = mPostMessage->DisplayMessageBox (pTitle, pMessage, SETUP_MESSAGE_BOX_ASK, &Answer);
     } while (!EFI_ERROR (Status) && (Answer != SETUP_MESSAGE_SELECTION_YES) && (Answer != SETUP_MESSAGE_SELECTION_NO));
 
-    if ((Selection != NULL) && ((Answer == SETUP_MESSAGE_SELECTION_YES) || (Answer == SETUP_MESSAGE_SELECTION_NO))) {
+    if (EFI_ERROR (Status)) {
+      DEBUG ((DEBUG_ERROR, "%a:Message box failed:%r\n", __func__, Status));
+    } else if (Selection != NULL) {
       *Selection = Answer;
     }
   }

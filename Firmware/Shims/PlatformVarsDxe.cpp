@@ -4,7 +4,9 @@
   boot-service access) with the performance profile from the load options
   (default 2, Balanced Profile); on every boot it consumes PostResetReq,
   as memory initialisation does when it runs again after the requested
-  reset.
+  reset. As the platform's setup infrastructure, it also creates the setup
+  form set's EFI variable store CarvekConfigVar with its defaults (both
+  thresholds 10) on a first boot.
 
   The other bytes of a new SocketMemoryConfig hold a recognisable filler, so
   that a test notices a write that loses the platform's bytes.
@@ -60,6 +62,39 @@ CreateSocketMemoryConfig (
 
 STATIC
 VOID
+CreateCarvekConfig (
+  VOID
+  )
+{
+  STATIC CHAR16    Name[] = u"CarvekConfigVar";
+  STATIC EFI_GUID  Guid   = { 0xE8B18FEE, 0xA44E, 0x4F97, { 0xB5, 0xEE, 0x2D, 0x2C, 0xA5, 0x4A, 0x30, 0x98 } };
+  UINT8            Config[4];
+  UINTN            Size;
+  UINT32           Attributes;
+  EFI_STATUS       Status;
+
+  Size   = sizeof (Config);
+  Status = gFwRT->GetVariable (Name, &Guid, &Attributes, &Size, Config);
+  if (Status != EFI_NOT_FOUND) {
+    return;
+  }
+
+  Config[0] = 10;
+  Config[1] = 10;
+  Config[2] = 0;
+  Config[3] = 0;
+  Status    = gFwRT->SetVariable (
+                    Name,
+                    &Guid,
+                    EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS | EFI_VARIABLE_RUNTIME_ACCESS,
+                    sizeof (Config),
+                    Config
+                    );
+  FwLog ("PlatformVarsDxe: CarvekConfigVar created: %r\n", Status);
+}
+
+STATIC
+VOID
 ConsumePostResetRequest (
   VOID
   )
@@ -95,5 +130,6 @@ _ModuleEntryPoint (
 
   ConsumePostResetRequest ();
   CreateSocketMemoryConfig (static_cast<UINT8> (Profile));
+  CreateCarvekConfig ();
   return EFI_SUCCESS;
 }

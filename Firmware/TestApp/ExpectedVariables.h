@@ -26,8 +26,14 @@ inline EFI_GUID  gExpectSocketMemoryConfigGuid   = { 0x98CF19ED, 0x4109, 0x4681,
 inline CHAR16    gExpectPostResetReqName[] = u"PostResetReq";
 inline EFI_GUID  gExpectPostResetReqGuid   = { 0x3E40977A, 0x425E, 0x460F, { 0xB9, 0xCD, 0x2D, 0xFA, 0x3E, 0x74, 0xFF, 0x8B } };
 
-#define EXPECT_ATTRIBUTES_BS     0x2
-#define EXPECT_ATTRIBUTES_NV_BS  0x3
+// The alarm thresholds: in force, chosen, pending flag, defaults flag.
+inline CHAR16    gExpectCarvekConfigName[] = u"CarvekConfigVar";
+inline EFI_GUID  gExpectCarvekConfigGuid   = { 0xE8B18FEE, 0xA44E, 0x4F97, { 0xB5, 0xEE, 0x2D, 0x2C, 0xA5, 0x4A, 0x30, 0x98 } };
+#define EXPECT_CARVEK_CONFIG_SIZE  4
+
+#define EXPECT_ATTRIBUTES_BS        0x2
+#define EXPECT_ATTRIBUTES_NV_BS     0x3
+#define EXPECT_ATTRIBUTES_NV_BS_RT  0x7
 
 #define EXPECT_CAPABILITY_APP_DIRECT   0x10ULL
 #define EXPECT_CAPABILITY_MEMORY_MODE  0x20ULL

@@ -85,8 +85,10 @@ PlatformStartDevices (
   EFI_STATUS  Status;
   BOOLEAN     Ready;
 
+  Status = RunImage (IMAGE_DIRECTORY u"PlatformDataDxe.efi", NULL);
+  Ready  = TestExpect (!EFI_ERROR (Status), "platform-board-data", "PlatformDataDxe.efi: %r", Status);
   Status = RunImage (IMAGE_DIRECTORY u"NvmDimmVendorDxe.efi", NULL);
-  Ready  = TestExpect (!EFI_ERROR (Status), "platform-vendor-driver", "NvmDimmVendorDxe.efi: %r", Status);
+  Ready &= TestExpect (!EFI_ERROR (Status), "platform-vendor-driver", "NvmDimmVendorDxe.efi: %r", Status);
   Status = RunImage (IMAGE_DIRECTORY u"BmcVeskDxe.efi", NULL);
   Ready &= TestExpect (!EFI_ERROR (Status), "platform-controller", "BmcVeskDxe.efi: %r", Status);
   return Ready;

@@ -21,9 +21,10 @@ PlatformBringUp (
   IN CONST PLATFORM_SETUP  *Setup
   );
 
-// Loads and starts the module vendor's driver and the controller
-// (NvmDimmVendorDxe.efi, BmcVeskDxe.efi), before the driver; each is
-// reported as a check. Returns FALSE when one failed.
+// Loads and starts the board's platform data (PlatformDataDxe.efi), the
+// module vendor's driver and the controller (NvmDimmVendorDxe.efi,
+// BmcVeskDxe.efi), before the driver; each is reported as a check. Returns
+// FALSE when one failed.
 BOOLEAN
 PlatformStartDevices (
   VOID

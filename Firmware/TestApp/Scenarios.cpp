@@ -346,7 +346,10 @@ CONST SCENARIO  mScenarios[] = {
   { "hii-sample",        1, HiiSampleScenario },
   { "vendor-modules",    1, VendorModules    },
   { "setup-form-set",    1, SetupFormSet     },
+  { "setup-thresholds",  1, SetupThresholds  },
   { "setup-pages",       2, SetupPages       },
+  { "security-auto-unlock", 2, SecurityAutoUnlock },
+  { "inventory",         1, InventoryRecords },
 };
 
 }  // namespace

@@ -33,10 +33,29 @@ SetupFormSet (
   IN UINT32  Boot
   );
 
+// A setup save through OVMF's variable services (ThresholdScenario.cpp).
+SCENARIO_RESULT
+SetupThresholds (
+  IN UINT32  Boot
+  );
+
 // The module and goal pages driven through the callback, a goal applied
 // by the next boot (SetupPagesScenario.cpp).
 SCENARIO_RESULT
 SetupPages (
+  IN UINT32  Boot
+  );
+
+// Automatic unlock over models kept across a reset (SecurityScenario.cpp).
+SCENARIO_RESULT
+SecurityAutoUnlock (
+  IN UINT32  Boot
+  );
+
+// Inventory records read back from the component data storage
+// (InventoryScenario.cpp).
+SCENARIO_RESULT
+InventoryRecords (
   IN UINT32  Boot
   );
 

@@ -1,6 +1,6 @@
 /** @file
   Pool helpers over the boot services; every allocation is
-  EfiBootServicesData.
+  EfiBootServicesData but the runtime pool's.
 **/
 #include <Library/MemoryAllocationLib.h>
 #include <Library/BaseMemoryLib.h>
@@ -18,6 +18,20 @@ AllocatePool (
 
   Buffer = NULL;
   Status = gBS->AllocatePool (EfiBootServicesData, AllocationSize, &Buffer);
+  return EFI_ERROR (Status) ? NULL : Buffer;
+}
+
+VOID *
+EFIAPI
+AllocateRuntimePool (
+  IN UINTN AllocationSize
+  )
+{
+  VOID        *Buffer;
+  EFI_STATUS  Status;
+
+  Buffer = NULL;
+  Status = gBS->AllocatePool (EfiRuntimeServicesData, AllocationSize, &Buffer);
   return EFI_ERROR (Status) ? NULL : Buffer;
 }
 

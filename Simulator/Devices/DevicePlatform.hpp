@@ -1,15 +1,17 @@
 // The host platform's devices in a simulated machine: it owns the module
 // model and the controller model across boots, runs the modules' power-up
 // at each boot's memory initialisation, hands both models to the vendor and
-// controller images through their platform protocols, and keeps them in the
-// state directory (devices.json, a platform description) at the end of
-// every boot.
+// controller images through their platform protocols, serves the board
+// configuration database and the component data storage itself, and keeps
+// all of it in the state directory (devices.json, a platform description)
+// at the end of every boot.
 #pragma once
 
 #include <filesystem>
 #include <optional>
 
 #include "DeviceState.hpp"
+#include "GpioPads.hpp"
 #include "Bmc/BmcPlatform.h"
 #include "NvmDimm/NvmDimmPlatform.h"
 #include "Platform/Machine.hpp"
@@ -33,6 +35,9 @@ class DevicePlatform {
 
   NVM_MODEL& Nvm() { return *state_.nvm; }
   BMC_MODEL& Bmc() { return *state_.bmc; }
+  GpioPads& Gpio() { return gpio_; }
+  BOARD_MODEL& Board() { return *state_.board; }
+  CDS_MODEL& ComponentData() { return *state_.cds; }
   DeviceState& State() { return state_; }
   // Writes devices.json now (also done before every boot ends).
   void Save() const;
@@ -46,6 +51,7 @@ class DevicePlatform {
   bool continued_ = false;
   NVM_DIMM_PLATFORM_PROTOCOL nvmPlatform_{};
   BMC_PLATFORM_PROTOCOL bmcPlatform_{};
+  GpioPads gpio_{state_.securityJumperFitted};
 };
 
 }  // namespace carvex::sim::devices

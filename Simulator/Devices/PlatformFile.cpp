@@ -4,6 +4,7 @@
 #include <map>
 #include <sstream>
 
+#include "BoardFile.hpp"
 #include "NvmDimm/NvmDimmDevice.h"
 
 namespace carvex::sim::devices {
@@ -72,7 +73,7 @@ class Builder {
 
   DeviceState Build() {
     root_.AllowOnly({"description", "sockets", "handleUpperBits", "modules", "regions", "namespaces", "faults", "bmc",
-                     "bootCount", "namespaceSerial"});
+                     "securityJumper", "bootCount", "namespaceSerial", "board", "componentData"});
     if (auto text = root_.Optional("description")) text->Text(4096);
     ReadSockets();
     ReadModules();
@@ -89,6 +90,9 @@ class Builder {
       state_.nvm->NamespaceSerial = static_cast<UINT32>(serial->Unsigned(0xFFFFFFFF));
     }
     ReadBmc();
+    if (auto jumper = root_.Optional("securityJumper")) state_.securityJumperFitted = jumper->Bool();
+    ReadBoard(root_.Optional("board"), state_);
+    ReadComponentData(root_.Optional("componentData"), state_);
     Check();
     return std::move(state_);
   }
@@ -536,7 +540,7 @@ class Builder {
     BmcModelInitialize(&model);
     const auto bmc = root_.Optional("bmc");
     if (!bmc) return;
-    bmc->AllowOnly({"files", "audit", "auditSequence", "remotePresence", "lanTable", "faults"});
+    bmc->AllowOnly({"files", "audit", "auditSequence", "remotePresence", "lanTable", "lanReplacement", "faults"});
     if (auto files = bmc->Optional("files")) {
       for (const JsonField& file : files->Elements(BMC_MAX_FILES)) {
         file.AllowOnly({"id", "text", "hex", "size"});
@@ -605,6 +609,13 @@ class Builder {
       }
       model.LanEntryCount = static_cast<UINT32>(entries.size());
     }
+    if (auto replacement = bmc->Optional("lanReplacement")) {
+      const auto entries = replacement->Elements(BMC_MAX_LAN_ENTRIES);
+      for (std::size_t index = 0; index < entries.size(); ++index) {
+        model.LanReplacement[index] = entries[index].Unsigned(UINT64_MAX);
+      }
+      model.LanReplacementCount = static_cast<UINT32>(entries.size());
+    }
     if (auto faults = bmc->Optional("faults")) {
       for (const JsonField& entry : faults->Elements(BMC_SLOT_COUNT)) {
         entry.AllowOnly({"slot", "mode", "count", "skip", "status", "completionCode"});
@@ -660,6 +671,8 @@ DeviceState DefaultDeviceState() {
   DeviceState state;
   NvmModelInitialize(state.nvm.get(), NvmModelDefaultPlatform());
   BmcModelInitialize(state.bmc.get());
+  BoardModelDefault(state.board.get());
+  CdsModelInitialize(state.cds.get());
   return state;
 }
 

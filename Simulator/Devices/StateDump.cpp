@@ -3,6 +3,7 @@
 #include <cinttypes>
 #include <cstdio>
 
+#include "BoardFile.hpp"
 #include "JsonReader.hpp"
 #include "Names.hpp"
 
@@ -167,6 +168,13 @@ Json Bmc(const BMC_MODEL& model) {
     lan.push_back(Hex(model.LanTable[index], 16));
   }
   bmc["lanTable"] = lan;
+  if (model.LanReplacementCount != 0) {
+    Json replacement = Json::array();
+    for (std::uint32_t index = 0; index < model.LanReplacementCount && index < BMC_MAX_LAN_ENTRIES; ++index) {
+      replacement.push_back(Hex(model.LanReplacement[index], 16));
+    }
+    bmc["lanReplacement"] = replacement;
+  }
   Json faults = Json::array();
   for (std::size_t slot = 0; slot < BMC_SLOT_COUNT; ++slot) {
     const BMC_FAULT& fault = model.Faults[slot];
@@ -230,9 +238,12 @@ nlohmann::ordered_json DumpDeviceState(const DeviceState& state) {
     faults.push_back(entry);
   }
   dump["faults"] = faults;
+  dump["securityJumper"] = state.securityJumperFitted;
   dump["bootCount"] = model.BootCount;
   dump["namespaceSerial"] = model.NamespaceSerial;
   dump["bmc"] = Bmc(*state.bmc);
+  dump["board"] = DumpBoard(*state.board);
+  dump["componentData"] = DumpComponentData(*state.cds);
   return dump;
 }
 

@@ -25,6 +25,10 @@ std::vector<std::u16string> CreateFirstBootVariables(VariableStore& variables,
                   DefaultSocketMemoryConfig(settings.performanceProfile));
     created.emplace_back(kSocketMemoryConfigName);
   }
+  if (!variables.Find(kCarvekConfigName, gSetupFormSetGuid)) {
+    variables.Put(kCarvekConfigName, gSetupFormSetGuid, kCarvekConfigAttributes, kCarvekConfigDefaults);
+    created.emplace_back(kCarvekConfigName);
+  }
   return created;
 }
 

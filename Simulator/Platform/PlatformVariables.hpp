@@ -1,5 +1,7 @@
 // The variables the platform itself owns: the memory setup that memory
-// initialisation reads (created on a first boot) and the post-reset request.
+// initialisation reads (created on a first boot) and the post-reset request;
+// and the one EFI variable store of the driver's setup form set, which the
+// platform's setup infrastructure creates with its defaults on a first boot.
 #pragma once
 
 #include <cstdint>
@@ -22,6 +24,15 @@ inline constexpr std::u16string_view kSocketMemoryConfigName = u"SocketMemoryCon
 inline constexpr std::u16string_view kPostResetReqName = u"PostResetReq";
 
 inline constexpr std::size_t kSocketMemoryConfigSize = 477;
+
+// CarvekConfigVar under the setup form set's GUID: the alarm threshold in
+// force, the one chosen, and two flags; both thresholds default to 10.
+inline EFI_GUID gSetupFormSetGuid = {
+    0xE8B18FEE, 0xA44E, 0x4F97, {0xB5, 0xEE, 0x2D, 0x2C, 0xA5, 0x4A, 0x30, 0x98}};
+inline constexpr std::u16string_view kCarvekConfigName = u"CarvekConfigVar";
+inline constexpr UINT32 kCarvekConfigAttributes =
+    EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS | EFI_VARIABLE_RUNTIME_ACCESS;
+inline const std::vector<std::uint8_t> kCarvekConfigDefaults = {10, 10, 0, 0};
 inline constexpr std::size_t kPerformanceProfileOffset = 364;
 inline constexpr std::size_t kEraseAllModulesOffset = 237;
 inline constexpr UINT32 kPlatformVariableAttributes =

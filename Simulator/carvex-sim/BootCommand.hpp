@@ -29,6 +29,7 @@ struct CommonOptions {
   SimPlatformOptions Platform(bool clientProbe) const;
   // The driver log's display mask; throws std::invalid_argument.
   UINT32 DisplayMask() const;
+  bool showPassphrase = false;                     // the passphrase file's text in the audit view
 };
 
 struct BootCommandOptions {

@@ -5,6 +5,7 @@
 
 #include "BootCommand.hpp"
 #include "Devices/JsonReader.hpp"
+#include "InventoryCommand.hpp"
 #include "SetupCommand.hpp"
 
 int main(int argc, char** argv) {
@@ -39,12 +40,18 @@ int main(int argc, char** argv) {
   SetupCommandOptions setup;
   AddSetupCommand(app, setup);
 
+  InventoryCommandOptions inventory;
+  CLI::App* inventoryCommand = AddInventoryCommand(app, inventory);
+
   CLI11_PARSE(app, argc, argv);
   common.logLevelGiven = app.count("--log-level") != 0;
 
   try {
     if (app.got_subcommand("setup")) {
       return RunSetupCommand(common, setup);
+    }
+    if (inventoryCommand->parsed()) {
+      return RunInventoryCommand(common, inventory);
     }
     if (modulesCommand->parsed()) {
       return RunModulesCommand(common, views);

@@ -82,6 +82,12 @@ FakeLocateProtocol (EFI_GUID *Protocol, VOID *Registration, VOID **Interface)
       return EFI_SUCCESS;
     }
   }
+  for (auto &Entry : P.ExtraProtocols) {
+    if (std::memcmp (&Entry.first, Protocol, sizeof (EFI_GUID)) == 0) {
+      *Interface = Entry.second;
+      return EFI_SUCCESS;
+    }
+  }
 
   *Interface = nullptr;
   return EFI_NOT_FOUND;
@@ -111,6 +117,22 @@ SinkAssert (CARVEX_DEBUG_SINK_PROTOCOL *This, EFI_HANDLE ImageHandle, const CHAR
   (void)This;
   (void)ImageHandle;
   Platform ().Log.push_back ({ DEBUG_ERROR, std::string ("ASSERT ") + FileName + ":" + std::to_string (LineNumber) + ": " + Description });
+}
+
+EFI_STATUS EFIAPI
+FakeUpdateLanSettingTable (VESK_COMMANDS_PROTOCOL *This, VOID **Table, UINT32 *Count, UINT8 *CompletionCode, UINT8 Reserved)
+{
+  (void)This;
+  (void)Reserved;
+  FakePlatform &P = Platform ();
+  const UINT64  *Given = static_cast<const UINT64 *> (*Table);
+  P.LanTablesGiven.emplace_back (Given, Given + *Count);
+  if (!P.LanReplacement.empty ()) {
+    *Table = P.LanReplacement.data ();
+    *Count = static_cast<UINT32> (P.LanReplacement.size ());
+  }
+  *CompletionCode = 0;
+  return EFI_SUCCESS;
 }
 
 // NVM DIMM config protocol.
@@ -473,6 +495,7 @@ FakePlatform::FakePlatform ()
   NvmDimmConfig.GetARSStatus           = NvmGetARSStatus;
   PassThru.PassThru                    = FakePassThru;
   VeskCommands.AddAuditLog             = FakeAddAuditLog;
+  VeskCommands.UpdateLanSettingTable   = FakeUpdateLanSettingTable;
 
   gPlatform = this;
   ProcessCommonLibraryConstructors (reinterpret_cast<EFI_HANDLE> (0x1000), &SystemTable);

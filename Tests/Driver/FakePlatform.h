@@ -159,9 +159,17 @@ public:
   std::vector<ScrubWrite>  ScrubWrites;
   bool  ScrubInProgress () const;
 
+  // Further protocols a test publishes (GUID, interface): board database,
+  // storage, GPIO.
+  std::vector<std::pair<EFI_GUID, VOID *>>  ExtraProtocols;
+
   // Controller command protocol.
   std::vector<AuditEvent>  AuditEvents;
   EFI_STATUS  AuditStatus = EFI_SUCCESS;
+  // LAN-setting update: the tables handed over, and one the controller
+  // answers with instead (when not empty).
+  std::vector<std::vector<UINT64>>  LanTablesGiven;
+  std::vector<UINT64>  LanReplacement;
 
   // The record the protocol returns for Dimms[Index].
   DIMM_RECORD  Record (size_t Index) const;

@@ -64,6 +64,7 @@ class BrowserBoard {
   // One boot through setup; `inSetup` works the browser.
   sim::Machine& Machine() { return *machine_; }
   sim::devices::DevicePlatform& Devices() { return *devices_; }
+  NVM_MODEL& Nvm() { return devices_->Nvm(); }
 
   sim::BootSummary Boot(const std::function<void(browser::FormBrowser&)>& inSetup) {
     sim::BootSummary summary = browser::RunBootThroughSetup(*machine_, *browsers_, inSetup);

@@ -4,6 +4,9 @@
 // value wins.
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <iterator>
+
 #include <Guid/CarvexVariables.h>
 #include <Guid/PlatformVariables.h>
 
@@ -32,6 +35,27 @@ void PutPlatformProfile(ScenarioMachine& machine, std::uint8_t value) {
   const auto variable = machine->Variables().Find(SOCKET_MEMORY_CONFIG_NAME, gSocketMemoryConfigGuid);
   machine->Variables().Put(SOCKET_MEMORY_CONFIG_NAME, gSocketMemoryConfigGuid, variable->attributes, config);
 }
+
+// Replaces the platform's memory setup with one of `size` bytes whose byte
+// 364, when it has one, holds `profile`; the other bytes keep their values.
+void PutPlatformConfigOfSize(Machine& machine, std::size_t size, std::uint8_t profile) {
+  const auto variable = machine.Variables().Find(SOCKET_MEMORY_CONFIG_NAME, gSocketMemoryConfigGuid);
+  ASSERT_TRUE(variable.has_value());
+  std::vector<std::uint8_t> config = variable->data;
+  config.resize(size, 0x5A);
+  if (size > SOCKET_MEMORY_CONFIG_PERF_OFFSET) {
+    config[SOCKET_MEMORY_CONFIG_PERF_OFFSET] = profile;
+  }
+  machine.Variables().Put(SOCKET_MEMORY_CONFIG_NAME, gSocketMemoryConfigGuid, variable->attributes, config);
+}
+
+struct SizeCase {
+  const char* name;
+  std::size_t size;
+};
+// A memory setup of any size but 477 bytes belongs to some other platform
+// layout: the driver neither trusts its byte 364 nor writes it back.
+constexpr SizeCase kForeignSizes[] = {{"Empty", 0}, {"OneShort", 476}, {"OneLong", 478}};
 
 // Boots once so that the platform has created its variables, then ends.
 void FirstBoot(ScenarioMachine& machine) {
@@ -64,12 +88,55 @@ TEST(PerfProfileTest, DriverCopyAbsentAtSave_CreatedFromPlatformLikeAFirstBoot) 
 }
 
 TEST(PerfProfileTest, PlatformVariableUnreadableOnFirstBoot_DriverCopyIsBalanced) {
-  ScenarioMachine machine({.profile = sim::PerformanceProfile::BwOptimized});
-  machine->OnStage(BootStage::PlatformProtocols, [](Machine& m) {
-    m.Variables().Erase(SOCKET_MEMORY_CONFIG_NAME, gSocketMemoryConfigGuid);
-  });
-  machine->StartBoot();
-  EXPECT_EQ(machine.Byte(DCPMM_PERF_CONFIG_VAR_NAME, gCarvexSetupFormSetGuid), PERF_PROFILE_BALANCED);
+  const SizeCase missing = {"Missing", SIZE_MAX};
+  std::vector<SizeCase> cases(std::begin(kForeignSizes), std::end(kForeignSizes));
+  cases.push_back(missing);
+  for (const SizeCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    ScenarioMachine machine({.profile = sim::PerformanceProfile::LatencyOptimized});
+    machine->OnStage(BootStage::PlatformProtocols, [&c](Machine& m) {
+      if (c.size == SIZE_MAX) {
+        m.Variables().Erase(SOCKET_MEMORY_CONFIG_NAME, gSocketMemoryConfigGuid);
+      } else {
+        PutPlatformConfigOfSize(m, c.size, PERF_PROFILE_BW_OPTIMIZED);
+      }
+    });
+    machine->StartBoot();
+    EXPECT_EQ(machine.Byte(DCPMM_PERF_CONFIG_VAR_NAME, gCarvexSetupFormSetGuid), PERF_PROFILE_BALANCED);
+    EXPECT_TRUE(machine.DriverWrites(SOCKET_MEMORY_CONFIG_NAME, 1).empty());
+  }
+}
+
+TEST(PerfProfileTest, PlatformVariableOfAnotherSizeAtEntry_NeitherRewrittenNorReset) {
+  for (const SizeCase& c : kForeignSizes) {
+    SCOPED_TRACE(c.name);
+    ScenarioMachine machine;
+    FirstBoot(machine);
+    PutDriverCopy(machine, PERF_PROFILE_LATENCY_OPTIMIZED);
+    PutPlatformConfigOfSize(*machine, c.size, PERF_PROFILE_BALANCED);
+    const auto before = SocketMemoryConfig(machine);
+
+    machine->StartBoot();
+    const unsigned boot = machine->BootNumber();
+    EXPECT_TRUE(machine.DriverWrites(SOCKET_MEMORY_CONFIG_NAME, boot).empty());
+    EXPECT_TRUE(machine.DriverWrites(POST_RESET_REQ_NAME, boot).empty());
+    EXPECT_EQ(SocketMemoryConfig(machine), before);
+  }
+}
+
+TEST(PerfProfileTest, PlatformVariableChangesSizeBeforeSave_DriverCopyKeepsItsValue) {
+  for (const SizeCase& c : kForeignSizes) {
+    SCOPED_TRACE(c.name);
+    ScenarioMachine machine({.profile = sim::PerformanceProfile::LatencyOptimized});
+    FirstBoot(machine);
+    machine->StartBoot();  // entry reads the platform's 477 bytes, profile 1
+    machine->EndOfPost();
+    machine->EnterSetup();
+    PutPlatformConfigOfSize(*machine, c.size, PERF_PROFILE_BW_OPTIMIZED);
+    machine->LeaveSetup(sim::SetupExit::Save);
+    EXPECT_TRUE(machine.DriverWrites(DCPMM_PERF_CONFIG_VAR_NAME, machine->BootNumber()).empty());
+    EXPECT_EQ(machine.Byte(DCPMM_PERF_CONFIG_VAR_NAME, gCarvexSetupFormSetGuid), PERF_PROFILE_LATENCY_OPTIMIZED);
+  }
 }
 
 TEST(PerfProfileTest, DriverCopyDiffers_PlatformByteRewrittenAloneAndResetFollows) {

@@ -28,9 +28,10 @@ void AppendHex(std::u16string& out, const std::uint8_t* bytes, std::size_t size)
 
 }  // namespace
 
-SetupBoot::SetupBoot(std::uint64_t capabilityMask) : state_(FreshStateDirectory()) {
+SetupBoot::SetupBoot(std::uint64_t capabilityMask, sim::PerformanceProfile profile) : state_(FreshStateDirectory()) {
   sim::PlatformSettings settings;
   settings.capabilityMask = capabilityMask;
+  settings.performanceProfile = profile;
   settings.images.emplace_back(CARVEX_TEST_NvmDimmVendorDxe);
   settings.images.emplace_back(CARVEX_TEST_CarvexDxe);
   machine_ = std::make_unique<sim::Machine>(state_, settings);

@@ -24,7 +24,8 @@ inline constexpr EFI_GUID kSetupFormSetGuid = {0xE8B18FEE, 0xA44E, 0x4F97, {0xB5
 
 class SetupBoot {
  public:
-  explicit SetupBoot(std::uint64_t capabilityMask = 0x30);
+  explicit SetupBoot(std::uint64_t capabilityMask = 0x30,
+                     sim::PerformanceProfile profile = sim::PerformanceProfile::Balanced);
   ~SetupBoot();
 
   sim::Machine& Machine() { return *machine_; }

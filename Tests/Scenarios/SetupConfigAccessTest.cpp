@@ -50,7 +50,7 @@ TEST(SetupExtractConfig, BareSetupVarHeader_WholeBufferFromLiveData) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
-    SetupBoot boot(c.mask);
+    SetupBoot boot(c.mask, sim::PerformanceProfile::LatencyOptimized);
     const std::u16string header = boot.ConfigHeader(u"SetupVar");
     const Extracted out = Extract(boot, header.c_str());
     ASSERT_EQ(out.status, EFI_SUCCESS);
@@ -69,7 +69,7 @@ TEST(SetupExtractConfig, BareSetupVarHeader_WholeBufferFromLiveData) {
     EXPECT_EQ(var.SupportMemoryMode, c.memoryMode);
     EXPECT_EQ(var.SupportAppDirectMode, c.appDirect);
     EXPECT_EQ(var.VolatilePercent, c.volatilePercent);
-    EXPECT_EQ(var.DcpmmPerfConfig, 2) << "the platform's Balanced Profile";
+    EXPECT_EQ(var.DcpmmPerfConfig, 1) << "the platform's Latency Optimized";
     CHAR16 raw[19];
     std::memcpy(raw, bytes.data() + offsetof(SETUP_VAR, TotalRawCapacity), sizeof(raw));
     EXPECT_EQ(std::u16string(raw), u"1.5 TB");
@@ -111,13 +111,59 @@ TEST(SetupExtractConfig, PageStores_ZerosOfTheirOwnSize) {
 }
 
 TEST(SetupExtractConfig, RequestWithElements_AnsweredAsAsked) {
-  SetupBoot boot;
+  SetupBoot boot(0x30, sim::PerformanceProfile::BwOptimized);
   const std::u16string request = boot.ConfigHeader(u"SetupVar") + u"&OFFSET=1ed&WIDTH=1&OFFSET=0&WIDTH=4";
   const Extracted out = Extract(boot, request.c_str());
   ASSERT_EQ(out.status, EFI_SUCCESS);
-  EXPECT_NE(out.results.find(u"&OFFSET=1ed&WIDTH=1&VALUE=02&OFFSET=0&WIDTH=4&VALUE=0000000c"), std::u16string::npos)
+  EXPECT_NE(out.results.find(u"&OFFSET=1ed&WIDTH=1&VALUE=00&OFFSET=0&WIDTH=4&VALUE=0000000c"), std::u16string::npos)
       << std::string(out.results.begin(), out.results.end());
   EXPECT_EQ(out.progress, request.c_str() + request.size());
+}
+
+// The platform's memory setup replaced by one of `size` bytes (none when
+// size is nullopt) whose byte 364, when it has one, holds `profile`.
+void PutPlatformConfig(SetupBoot& boot, std::optional<std::size_t> size, std::uint8_t profile) {
+  auto& variables = boot.Machine().Variables();
+  const auto variable = variables.Find(u"SocketMemoryConfig", gSocketMemoryConfigGuid);
+  if (!size) {
+    variables.Erase(u"SocketMemoryConfig", gSocketMemoryConfigGuid);
+    return;
+  }
+  std::vector<std::uint8_t> config = variable ? variable->data : std::vector<std::uint8_t>(477);
+  config.resize(*size, 0x5A);
+  if (*size > 364) {
+    config[364] = profile;
+  }
+  const UINT32 attributes = variable ? variable->attributes : EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS;
+  variables.Put(u"SocketMemoryConfig", gSocketMemoryConfigGuid, attributes, config);
+}
+
+// DcpmmPerfConfig as extract reports it.
+int ExtractedProfile(SetupBoot& boot) {
+  const std::u16string request = boot.ConfigHeader(u"SetupVar") + u"&OFFSET=1ed&WIDTH=1";
+  const Extracted out = Extract(boot, request.c_str());
+  EXPECT_EQ(out.status, EFI_SUCCESS);
+  const auto bytes = ValueBytes(out.results, 0);
+  return bytes.size() == 1 ? bytes[0] : -1;
+}
+
+struct PlatformConfigCase {
+  const char* name;
+  std::optional<std::size_t> size;  // nullopt: no variable
+};
+const PlatformConfigCase kPlatformConfigs[] = {
+    {"Exact", 477}, {"Empty", 0}, {"OneShort", 476}, {"OneLong", 478}, {"Missing", std::nullopt},
+};
+
+TEST(SetupExtractConfig, PlatformConfigNot477Bytes_ProfileShownAsBalancedNeverFromAnEarlierRead) {
+  SetupBoot boot(0x30, sim::PerformanceProfile::LatencyOptimized);
+  for (const PlatformConfigCase& c : kPlatformConfigs) {
+    SCOPED_TRACE(c.name);
+    PutPlatformConfig(boot, 477, PERF_PROFILE_LATENCY_OPTIMIZED);
+    ASSERT_EQ(ExtractedProfile(boot), PERF_PROFILE_LATENCY_OPTIMIZED);  // leaves 1 in whatever the driver kept
+    PutPlatformConfig(boot, c.size, PERF_PROFILE_BW_OPTIMIZED);
+    EXPECT_EQ(ExtractedProfile(boot), c.size == 477u ? PERF_PROFILE_BW_OPTIMIZED : PERF_PROFILE_BALANCED);
+  }
 }
 
 TEST(SetupExtractConfig, RequestsNotServed_StatusAndProgress) {
@@ -238,6 +284,60 @@ TEST(SetupRouteConfig, ChangedProfile_ByteOfThePlatformThenTheDriversCopy) {
       EXPECT_FALSE(copy.has_value()) << "route never creates the driver's copy";
     }
   }
+}
+
+TEST(SetupRouteConfig, PlatformConfigNot477BytesOrUnwritable_SaveFailsAndNothingIsRewritten) {
+  struct Case {
+    PlatformConfigCase config;
+    bool writeFails;
+    bool succeeds;
+    std::vector<std::u16string> writes;
+  };
+  const Case cases[] = {
+      {kPlatformConfigs[0], false, true, {u"SocketMemoryConfig", u"DcpmmPerfConfigVar"}},
+      {kPlatformConfigs[1], false, false, {}},
+      {kPlatformConfigs[2], false, false, {}},
+      {kPlatformConfigs[3], false, false, {}},
+      {kPlatformConfigs[4], false, false, {}},
+      {{"Unwritable", 477}, true, false, {u"SocketMemoryConfig"}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.config.name);
+    SetupBoot boot;  // Balanced, and the driver's copy says so too
+    PutPlatformConfig(boot, c.config.size, PERF_PROFILE_BALANCED);
+    auto& variables = boot.Machine().Variables();
+    const auto before = variables.Find(u"SocketMemoryConfig", gSocketMemoryConfigGuid);
+    if (c.writeFails) {
+      boot.Machine().Faults().FailVariableWrite(u"SocketMemoryConfig", EFI_WRITE_PROTECTED);
+    }
+
+    const EFI_STATUS status = RouteProfile(boot, PERF_PROFILE_LATENCY_OPTIMIZED);
+    EXPECT_EQ(status == EFI_SUCCESS, c.succeeds) << status;
+    EXPECT_EQ(DriverSets(boot), c.writes);
+    const auto after = variables.Find(u"SocketMemoryConfig", gSocketMemoryConfigGuid);
+    ASSERT_EQ(after.has_value(), before.has_value());
+    if (after && !c.succeeds) {
+      EXPECT_EQ(after->data, before->data);
+    }
+    if (!c.succeeds) {
+      EXPECT_EQ(variables.Data(u"DcpmmPerfConfigVar", kSetupFormSetGuid), std::vector<std::uint8_t>{PERF_PROFILE_BALANCED});
+    }
+  }
+}
+
+TEST(SetupRouteConfig, ConfigurationWithoutTheProfile_PlatformKeepsItsProfile) {
+  SetupBoot boot(0x30, sim::PerformanceProfile::LatencyOptimized);
+  // Any router client may send only the fields it cares about: here the
+  // goal scope alone.
+  const std::u16string config = boot.ConfigHeader(u"SetupVar") + u"&OFFSET=fc&WIDTH=1&VALUE=01";
+  const CHAR16* progress = nullptr;
+  boot.Machine().Variables().ClearLog();
+  EXPECT_EQ(boot.Access()->RouteConfig(boot.Access(), config.c_str(), &progress), EFI_SUCCESS);
+  EXPECT_TRUE(DriverSets(boot).empty());
+  const auto platform = boot.Machine().Variables().Data(u"SocketMemoryConfig", gSocketMemoryConfigGuid);
+  ASSERT_TRUE(platform.has_value());
+  ASSERT_EQ(platform->size(), 477u);
+  EXPECT_EQ((*platform)[364], PERF_PROFILE_LATENCY_OPTIMIZED);
 }
 
 TEST(SetupRouteConfig, OtherStoresAndMissingArguments_Refused) {

@@ -334,6 +334,23 @@ std::vector<Expect> Layout() {
   return e;
 }
 
+// A question's help string is the one after its prompt, except where several
+// questions share one help text, a help follows another prompt, or (hidden
+// questions) there is none.
+std::uint16_t ExpectedHelp(const Expect& x) {
+  if (x.prompt == 0) return 0;
+  if (x.id >= 0x2000 && x.id <= 0x2007) return 0x004B;
+  if (x.id >= 0x2010 && x.id <= 0x2017) return 0x004C;
+  if (x.id >= 0x2040 && x.id <= 0x2047) return 0x005E;
+  if (x.id >= 0x7E01 && x.id <= 0x7E30) return std::uint16_t(0x0118 + (x.id - 0x7E01));
+  const std::map<std::uint16_t, std::uint16_t> other = {
+      {0x0012, 0x0012}, {0x0018, 0x0012}, {0x000E, 0x003F}, {0x6009, 0x00B0},
+      {0x700B, 0x00C6}, {0x700C, 0x00C6}, {0x7005, 0x00C5}, {0x7009, 0x00C5},
+  };
+  const auto found = other.find(x.id);
+  return found != other.end() ? found->second : std::uint16_t(x.prompt + 1);
+}
+
 class SetupFormLayout : public testing::Test {
  protected:
   static void SetUpTestSuite() {
@@ -371,7 +388,7 @@ TEST_F(SetupFormLayout, FormSetHeaderStoresFormsAndLabels_AsLaidOut) {
   EXPECT_EQ(walk_->labels, (Labels{{0x02, {0x0001, 0xFFFF}}, {0x06, {0x0003, 0xFFFF}}, {0x09, {0x0005, 0xFFFF}}, {0x0B, {0x0004, 0xFFFF}}}));
 }
 
-TEST_F(SetupFormLayout, EveryQuestion_IdentifierStorageWidthFlagsConditions) {
+TEST_F(SetupFormLayout, EveryQuestion_IdentifierTextsStorageWidthFlagsConditions) {
   EXPECT_TRUE(walk_->duplicates.empty());
   const auto expected = Layout();
   std::set<std::uint16_t> seen;
@@ -384,6 +401,7 @@ TEST_F(SetupFormLayout, EveryQuestion_IdentifierStorageWidthFlagsConditions) {
     EXPECT_EQ(q.op, x.op);
     EXPECT_EQ(q.form, x.form);
     EXPECT_EQ(q.prompt, x.prompt);
+    EXPECT_EQ(q.help, ExpectedHelp(x));
     EXPECT_EQ(q.store, x.store);
     EXPECT_EQ(q.offset, x.offset);
     EXPECT_EQ(q.width, x.width);
@@ -420,8 +438,9 @@ TEST_F(SetupFormLayout, StringPackages_ElevenLanguagesEnglishComplete) {
       const auto text = boot_->Hii().String(list.handle, id, languages[l]);
       if (l == 0) {
         EXPECT_TRUE(text.has_value()) << Q(id);
-      } else if (text.has_value()) {
-        EXPECT_TRUE(translated.count(id)) << Q(id) << " is English only";
+      } else {
+        EXPECT_EQ(text.has_value(), translated.count(id) == 1)
+            << Q(id) << (text.has_value() ? " is English only" : " is not translated");
       }
     }
     EXPECT_FALSE(boot_->Hii().String(list.handle, 0x024C, languages[l]).has_value()) << "one numbering ends at 0x024B";

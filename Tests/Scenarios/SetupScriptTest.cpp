@@ -23,6 +23,7 @@
 #include "Devices/DevicePlatform.hpp"
 #include "Devices/PlatformFile.hpp"
 #include "HiiMachine.hpp"
+#include "NvmDimm/NvmDimmModel.h"
 #include "Platform/Machine.hpp"
 #include "ScriptFrontEnd.hpp"
 #include "BootThroughSetup.hpp"
@@ -220,6 +221,55 @@ check "Processor 1"[1]
   EXPECT_GE(CountLines(summary, "Action 1, QID 0x2000"), 1u) << "the log does not show callbacks at all";
   ASSERT_TRUE(setupVar.has_value());
   EXPECT_EQ(setupVar->at(0x110), 1) << "DeleteGoalSocket[0] in the browser's copy";
+}
+
+// Module alarm thresholds over boots through setup: a save pushes the
+// threshold to each module whose own differs, keeping its enabled state; a
+// save without change writes no module.
+TEST(SetupThresholdsTest, SavesOverBoots_OnlyModulesThatDifferAreWritten) {
+  BrowserBoard board("default.json", 0x30);
+  NVM_MODEL& nvm = board.Nvm();
+  ASSERT_GT(nvm.DimmCount, 2u);
+  for (UINT32 i = 0; i < nvm.DimmCount; ++i) {
+    nvm.Dimms[i].AlarmThreshold = 10;
+    nvm.Dimms[i].AlarmEnabled = 1;
+  }
+  nvm.Dimms[0].AlarmThreshold = 20;
+  nvm.Dimms[1].AlarmThreshold = 30;
+  nvm.Dimms[1].AlarmEnabled = 0;
+
+  const std::string page = "goto \"Intel Optane DCPMMs\"\nselect \"DCPMM Configuration\"\n";
+  struct Step {
+    const char* name;
+    std::string script;
+    std::vector<std::uint8_t> variable;
+    UINT32 moduleWrites;
+    UINT16 threshold;
+  };
+  const Step steps[] = {
+      {"DefaultsThenSave", page + "defaults\nsave\n", {10, 10, 0, 0}, 2, 10},
+      {"SaveWithoutChange", page + "save\n", {10, 10, 0, 0}, 0, 10},
+      {"ChangedThenSaved", page + "set \"Percentage Remaining Thresholds [%]\" 25\nsave\n", {25, 25, 0, 0}, 12, 25},
+      {"ChangedThenDiscarded", page + "set \"Percentage Remaining Thresholds [%]\" 40\ndiscard\n", {25, 25, 0, 0}, 0, 25},
+  };
+  for (const Step& step : steps) {
+    SCOPED_TRACE(step.name);
+    NvmModelClearCallCounts(&nvm);
+    std::ostringstream transcript;
+    browser::ScriptResult result;
+    board.Boot([&](browser::FormBrowser& browser) {
+      browser::ScriptOptions options;
+      options.transcript = &transcript;
+      result = browser::RunSetupScript(browser, step.script, step.name, options);
+    });
+    ASSERT_TRUE(result.ok) << result.Describe() << "\n" << transcript.str();
+    EXPECT_EQ(board.Machine().Variables().Data(u"CarvekConfigVar", kFormSetGuid), step.variable);
+    EXPECT_EQ(nvm.CallCount[NVM_SLOT_SET_ALARM_THRESHOLDS], step.moduleWrites);
+    for (UINT32 i = 0; i < nvm.DimmCount; ++i) {
+      EXPECT_EQ(nvm.Dimms[i].AlarmThreshold, step.threshold) << "module " << i;
+      EXPECT_EQ(nvm.Dimms[i].AlarmEnabled, i == 1 ? 0 : 1) << "module " << i << " keeps its enabled state";
+    }
+  }
 }
 
 }  // namespace

@@ -115,8 +115,14 @@ ShowBox (const CHAR16 *Title, const CHAR16 *Message, UINT8 BoxType, UINT8 *Selec
 {
   FakeHiiBox &B = HiiBox ();
   B.Boxes.push_back ({ Title != nullptr, Text (Title), Text (Message), BoxType });
-  if (EFI_ERROR (B.BoxStatus)) {
-    return B.BoxStatus;
+  EFI_STATUS Status = B.BoxStatus;
+  if (!B.Statuses.empty ()) {
+    Status = B.Statuses.front ();
+    B.Statuses.erase (B.Statuses.begin ());
+  }
+
+  if (EFI_ERROR (Status)) {
+    return Status;
   }
 
   if ((BoxType == POST_MESSAGE_BOX_ASK) && (Selection != nullptr)) {

@@ -50,6 +50,9 @@ public:
 
   // Answers of asking boxes, in order; once used up, asking boxes answer 0.
   std::vector<UINT8>     Answers;
+  // Statuses of the box service, one per box in order; once used up, every
+  // box returns BoxStatus. A failing box answers nothing.
+  std::vector<EFI_STATUS>  Statuses;
   EFI_STATUS             BoxStatus = EFI_SUCCESS;
   std::vector<ShownBox>  Boxes;
   UINTN                  PostMessageLocates = 0;

@@ -76,13 +76,39 @@ TEST (DisplayMessageBox, AskBox_AskedAgainUntilYesOrNo)
     }
   }
 
-  // A box that cannot be shown ends the question unanswered.
-  World.Box.Boxes.clear ();
-  World.Box.BoxStatus = EFI_DEVICE_ERROR;
-  UINT8 Selection     = 0xFF;
-  DisplayMessageBox (kFakeHiiHandle, SETUP_MESSAGE_TYPE_WARNING, kMessage, SETUP_MESSAGE_BOX_ASK, &Selection);
-  EXPECT_EQ (World.Box.Boxes.size (), 1u);
-  EXPECT_EQ (Selection, 0xFF);
+}
+
+TEST (DisplayMessageBox, AskBoxServiceFails_AnswerIsDoNotGoAhead)
+{
+  struct Case {
+    const char               *Name;
+    std::vector<UINT8>       Answers;
+    std::vector<EFI_STATUS>  Statuses;
+    size_t                   Shown;
+  };
+  const Case Cases[] = {
+    { "FailsAtOnce", {}, { EFI_DEVICE_ERROR }, 1 },
+    { "FailsAfterAnUnclearAnswer", { 7 }, { EFI_SUCCESS, EFI_NOT_READY }, 2 },
+  };
+  BoxWorld World;
+  // Nothing to ask with at all.
+  World.Box.PublishPostMessage = false;
+  UINT8 Unasked = SETUP_MESSAGE_SELECTION_YES;
+  DisplayMessageBox (kFakeHiiHandle, SETUP_MESSAGE_TYPE_WARNING, kMessage, SETUP_MESSAGE_BOX_ASK, &Unasked);
+  EXPECT_EQ (Unasked, SETUP_MESSAGE_SELECTION_NO);
+  World.Box.PublishPostMessage = true;
+
+  for (const Case &C : Cases) {
+    SCOPED_TRACE (C.Name);
+    World.Box.Boxes.clear ();
+    World.Box.Answers  = C.Answers;
+    World.Box.Statuses = C.Statuses;
+    // A caller that did not preset its selection must still read "no".
+    UINT8 Selection = SETUP_MESSAGE_SELECTION_YES;
+    DisplayMessageBox (kFakeHiiHandle, SETUP_MESSAGE_TYPE_WARNING, kMessage, SETUP_MESSAGE_BOX_ASK, &Selection);
+    EXPECT_EQ (World.Box.Boxes.size (), C.Shown);
+    EXPECT_EQ (Selection, SETUP_MESSAGE_SELECTION_NO);
+  }
 }
 
 TEST (DisplayMessageBox, MessageTypes_TitleFetchedOnceAndKept)
