@@ -32,6 +32,10 @@ SaveGoals (
   EFI_STATUS             Status;
   UINT32                 Index;
 
+  if (gRT == NULL) {
+    return;
+  }
+
   CopyMem (mGoals, mPowerUpGoals, sizeof (mGoals));
   for (Index = 0; Index < mGoalModel->DimmCount; Index++) {
     if (mGoalModel->Dimms[Index].Goal.Pending != 0) {
@@ -127,6 +131,11 @@ NvmGoalMemoryRestore (
   UINT32      Restored;
 
   ZeroMem (mPowerUpGoals, sizeof (mPowerUpGoals));
+  // Without variable services the goals last for this boot only.
+  if (gRT == NULL) {
+    return;
+  }
+
   Size   = sizeof (mPowerUpGoals);
   Status = gRT->GetVariable (mGoalVariableName, &gNvmGoalMemoryVariableGuid, &Attributes, &Size, mPowerUpGoals);
   // A variable of another board's size is not this board's goals.
@@ -153,9 +162,13 @@ NvmGoalMemoryKeep (
   IN NVM_DIMM_CONFIG_PROTOCOL  *Protocol
   )
 {
-  mGoalModel             = Model;
-  mCreateGoalConfig      = Protocol->CreateGoalConfig;
-  mDeleteGoalConfig      = Protocol->DeleteGoalConfig;
-  Protocol->CreateGoalConfig = CreateGoalConfigKept;
-  Protocol->DeleteGoalConfig = DeleteGoalConfigKept;
+  mGoalModel = Model;
+  // The protocol table outlives an image started more than once (tests):
+  // wrap its operations only the first time.
+  if (Protocol->CreateGoalConfig != CreateGoalConfigKept) {
+    mCreateGoalConfig          = Protocol->CreateGoalConfig;
+    mDeleteGoalConfig          = Protocol->DeleteGoalConfig;
+    Protocol->CreateGoalConfig = CreateGoalConfigKept;
+    Protocol->DeleteGoalConfig = DeleteGoalConfigKept;
+  }
 }
