@@ -24,11 +24,15 @@ list(APPEND CARVEX_DRIVER_SOURCES
   ${CARVEX_DRIVER_DIR}/NvmDimmConfig/TextParse.cpp
   ${CARVEX_DRIVER_DIR}/NvmDimmConfig/Thresholds.cpp
   ${CARVEX_DRIVER_DIR}/Bmc/AuditLog.cpp
+  ${CARVEX_DRIVER_DIR}/Bmc/AutoUnlock.cpp
+  ${CARVEX_DRIVER_DIR}/Bmc/PassphraseFile.cpp
 )
 # Namespaces of the client layer; run-time strings in every language.
 list(APPEND CARVEX_DRIVER_SOURCES
   ${CARVEX_DRIVER_DIR}/NvmDimmConfig/Namespaces.cpp
   ${CARVEX_DRIVER_DIR}/Library/MultiLanguageLib/MultiLanguageLib.cpp
+  ${CARVEX_DRIVER_DIR}/Library/PhysicalPresenceHandlerSupportLib/PhysicalPresenceHandlerSupportLib.cpp
+  ${CARVEX_DRIVER_DIR}/Library/SecurityGpioConfigLib/SecurityGpioConfigLib.cpp
 )
 # Setup form set: its strings (the declaring file, then one translation file
 # per language as each lands) and its forms are compiled into the driver.
@@ -46,6 +50,7 @@ set(CARVEX_SETUP_SOURCES
   ${CARVEX_DRIVER_DIR}/Setup/CarvexSetup.cpp
   ${CARVEX_DRIVER_DIR}/Setup/SetupCallback.cpp
   ${CARVEX_DRIVER_DIR}/Setup/SetupMessageBox.cpp
+  ${CARVEX_DRIVER_DIR}/Setup/SecurityPage.cpp
 )
 set_source_files_properties(${CARVEX_SETUP_SOURCES} PROPERTIES
   INCLUDE_DIRECTORIES "${CarvexSetupStrings_INCLUDE_DIR};${CarvexSetupForms_INCLUDE_DIR}")

@@ -3,6 +3,7 @@
   on the platform's events; all work happens in the callbacks.
 **/
 #include "Carvex.h"
+#include "../Bmc/PassphraseFile.h"
 #include "../KIV/CarvexKiv.h"
 #include "../NvmDimmConfig/CarvexConfig.h"
 #include "../Setup/CarvexSetup.h"
@@ -190,11 +191,21 @@ CarvexReadyToBoot (
   IN VOID       *Context
   )
 {
+  BOOLEAN  Completed;
+
   (VOID)Event;
   (VOID)Context;
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
-  // Automatic unlock with the controller's passphrase file runs here once the
-  // controller services exist.
+
+  // Serves ready-to-boot and legacy boot alike; AutoUnlock itself makes sure
+  // the modules are unlocked only once per boot.
+  Completed = FALSE;
+  AutoUnlock (&Completed);
+  if (Completed) {
+    DEBUG ((DEBUG_ERROR, "%a:Auto Unlock has been completed, Need update the config file.\n", __func__));
+    // The controller learns the new states and outcomes through the
+    // out-of-band synchronisation once that form set exists.
+  }
 
   DEBUG ((DEBUG_ERROR, "%a:Exit\n", __func__));
 }

@@ -180,6 +180,16 @@ UnlockLockedDcpmms (
     }
   }
 
+  // Each module's outcome, for whoever reads the log after the boot. The
+  // locator is copied so that a full one still ends in a NUL.
+  for (UINT32 Index = 0; Index < mAutoUnlockOutcomeCount; Index++) {
+    CHAR16  Locator[DIMM_DEVICE_LOCATOR_LENGTH + 1];
+
+    CopyMem (Locator, mAutoUnlockOutcomes[Index].DeviceLocator, sizeof (mAutoUnlockOutcomes[Index].DeviceLocator));
+    Locator[DIMM_DEVICE_LOCATOR_LENGTH] = 0;
+    DEBUG ((DEBUG_INFO, "%a:%s auto unlock state %d\n", __func__, Locator, mAutoUnlockOutcomes[Index].AutoUnlockState));
+  }
+
   // One entry per run, however many modules refused the passphrase.
   if (InvalidPassphrase) {
     AuditLog (AUDIT_LOG_TYPE_DCPMM, AUDIT_LOG_ID_INVALID_PASSPHRASE);

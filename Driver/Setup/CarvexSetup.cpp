@@ -7,6 +7,7 @@
 #include "CarvexSetupVar.h"
 #include "CarvexSetupBin.h"
 #include "CarvexSetupStrings.h"
+#include "SecurityPage.h"
 #include "../NvmDimmConfig/CarvexConfig.h"
 #include <Guid/CarvexVariables.h>
 #include <Guid/PlatformVariables.h>
@@ -325,9 +326,12 @@ SetupExtractConfig (
     BuildSetupVar (mExtractBuffer, CapabilityMask, &pRegions);
   }
 
-  // The security buffer is filled from the modules' security states by the
-  // security page's collection; the other buffers start as zeros and the
-  // pages fill them through the browser when the user follows a link.
+  // The security buffer starts from the modules' security states; the other
+  // buffers start as zeros and the pages fill them through the browser when
+  // the user follows a link.
+  if (Store == SetupStoreSecurityDetails) {
+    GetSecurityStateDetails (mExtractBuffer);
+  }
 
   pRouting = LocateConfigRouting ();
   if (pRouting == NULL) {

@@ -5,6 +5,7 @@
 **/
 #include "CarvexSetup.h"
 #include "CarvexSetupVar.h"
+#include "SecurityPage.h"
 #include "../NvmDimmConfig/CarvexConfig.h"
 #include <Guid/CarvexVariables.h>
 #include <Library/BaseMemoryLib.h>
@@ -47,16 +48,59 @@ CheckCapacityRow (
   return SetupCheckIfInvalid ();
 }
 
+// Security page: the refreshes and the password questions, whose status
+// the browser needs for its conversation.
+STATIC
+EFI_STATUS
+EFIAPI
+SecurityRefreshRow (
+  IN EFI_QUESTION_ID         QuestionId,
+  IN UINT16                  Index,
+  IN OUT EFI_IFR_TYPE_VALUE  *Value
+  )
+{
+  (VOID)Index;
+  (VOID)Value;
+  return UpdateSecurityState (QuestionId);
+}
+
+#define SECURITY_ROW_HANDLER(Row, Handler)  \
+  STATIC EFI_STATUS EFIAPI Row (IN EFI_QUESTION_ID QuestionId, IN UINT16 Index, IN OUT EFI_IFR_TYPE_VALUE *Value) \
+  {                                         \
+    (VOID)Index;                            \
+    return Handler (Value, QuestionId);     \
+  }
+
+SECURITY_ROW_HANDLER (SecurityEnableRow, EnableSecurity)
+SECURITY_ROW_HANDLER (SecurityChangeRow, ChangeSecurityPassphrase)
+SECURITY_ROW_HANDLER (SecurityDisableRow, DisableSecurity)
+SECURITY_ROW_HANDLER (SecurityEraseRow, SecurityErase)
+SECURITY_ROW_HANDLER (SecurityEraseNoPassphraseRow, SecurityEraseWithoutPassphrase)
+
 // Tested in row order; the page builders and action handlers of the module
 // details, goal, region, namespace, security and threshold pages take their
 // rows here as they are added.
 STATIC CONST SETUP_CALLBACK_ROW  mChangingRows[] = {
-  { 0, 0, NULL, FALSE }
+  // Security page.
+  { SECURITY_QID_LINK,                         SECURITY_QID_LINK,                        SecurityRefreshRow,           TRUE  },
+  { SECURITY_QID_CLEAR_SELECTIONS,             SECURITY_QID_CLEAR_SELECTIONS,            SecurityRefreshRow,           TRUE  },
+  { SECURITY_QID_ENABLE_PLATFORM,              SECURITY_QID_ENABLE_PLATFORM,             SecurityEnableRow,            TRUE  },
+  { SECURITY_QID_ENABLE_SINGLE,                SECURITY_QID_ENABLE_SINGLE,               SecurityEnableRow,            TRUE  },
+  { SECURITY_QID_CHANGE_PLATFORM,              SECURITY_QID_CHANGE_PLATFORM,             SecurityChangeRow,            TRUE  },
+  { SECURITY_QID_CHANGE_SINGLE,                SECURITY_QID_CHANGE_SINGLE,               SecurityChangeRow,            TRUE  },
+  { SECURITY_QID_DISABLE_PLATFORM,             SECURITY_QID_DISABLE_PLATFORM,            SecurityDisableRow,           TRUE  },
+  { SECURITY_QID_DISABLE_SINGLE,               SECURITY_QID_DISABLE_SINGLE,              SecurityDisableRow,           TRUE  },
+  { SECURITY_QID_ERASE_PLATFORM,               SECURITY_QID_ERASE_PLATFORM,              SecurityEraseRow,             TRUE  },
+  { SECURITY_QID_ERASE_SINGLE,                 SECURITY_QID_ERASE_SINGLE,                SecurityEraseRow,             TRUE  },
+  { SECURITY_QID_ERASE_NO_PASSPHRASE_PLATFORM, SECURITY_QID_ERASE_NO_PASSPHRASE_SINGLE,  SecurityEraseNoPassphraseRow, TRUE  },
+  { 0,                                         0,                                        NULL,                         FALSE }
 };
 
 STATIC CONST SETUP_CALLBACK_ROW  mChangedRows[] = {
-  { 0x0016, 0x0016, CheckCapacityRow, FALSE },
-  { 0,      0,      NULL,             FALSE }
+  { 0x0016,                        0x0016,                       CheckCapacityRow,   FALSE },
+  // Security page: a module's check box.
+  { SECURITY_QID_CHECK_BOX_FIRST,  SECURITY_QID_CHECK_BOX_LAST,  SecurityRefreshRow, TRUE  },
+  { 0,                             0,                            NULL,               FALSE }
 };
 
 // The row that owns QuestionId, or NULL.

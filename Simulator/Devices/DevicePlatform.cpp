@@ -28,6 +28,7 @@ void DevicePlatform::PowerUp() {
   NvmModelClearCallCounts(&model);
   NvmModelPowerCycle(&model);
   for (std::uint16_t dimmId : state_.scrubAtBoot) NvmModelStartScrub(&model, dimmId);
+  gpio_.PowerUp();
   machine_.Log().Note("modules powered up: boot " + std::to_string(model.BootCount) + " of the module model, " +
                       std::to_string(model.DimmCount) + " modules");
 }
@@ -46,6 +47,11 @@ void DevicePlatform::InstallProtocols(Machine& machine) {
   if (!EFI_ERROR(status)) {
     status = machine.Protocols().Install(kPlatformImage, &bmcHandle, &gBmcPlatformProtocolGuid, EFI_NATIVE_INTERFACE,
                                          &bmcPlatform_);
+  }
+  EFI_HANDLE gpioHandle = nullptr;
+  if (!EFI_ERROR(status)) {
+    status = machine.Protocols().Install(kPlatformImage, &gpioHandle, &gCarvexPchGpioProtocolGuid, EFI_NATIVE_INTERFACE,
+                                         gpio_.Protocol());
   }
   if (EFI_ERROR(status)) {
     machine.Log().Report(ReportKind::ServiceMisuse, "platform",

@@ -10,6 +10,7 @@
 #include <optional>
 
 #include "DeviceState.hpp"
+#include "GpioPads.hpp"
 #include "Bmc/BmcPlatform.h"
 #include "NvmDimm/NvmDimmPlatform.h"
 #include "Platform/Machine.hpp"
@@ -33,6 +34,7 @@ class DevicePlatform {
 
   NVM_MODEL& Nvm() { return *state_.nvm; }
   BMC_MODEL& Bmc() { return *state_.bmc; }
+  GpioPads& Gpio() { return gpio_; }
   DeviceState& State() { return state_; }
   // Writes devices.json now (also done before every boot ends).
   void Save() const;
@@ -46,6 +48,7 @@ class DevicePlatform {
   bool continued_ = false;
   NVM_DIMM_PLATFORM_PROTOCOL nvmPlatform_{};
   BMC_PLATFORM_PROTOCOL bmcPlatform_{};
+  GpioPads gpio_{state_.securityJumperFitted};
 };
 
 }  // namespace carvex::sim::devices

@@ -22,6 +22,7 @@ struct DeviceState {
     *copy.nvm = *nvm;
     *copy.bmc = *bmc;
     copy.scrubAtBoot = scrubAtBoot;
+    copy.securityJumperFitted = securityJumperFitted;
     return copy;
   }
 
@@ -30,6 +31,8 @@ struct DeviceState {
   // Modules (DimmId) whose address range scrub the platform starts at every
   // boot, after the power cycle aborted the one that was running.
   std::set<std::uint16_t> scrubAtBoot;
+  // The board's physical-presence jumper (read through a GPIO pad).
+  bool securityJumperFitted = false;
 };
 
 }  // namespace carvex::sim::devices

@@ -72,7 +72,7 @@ class Builder {
 
   DeviceState Build() {
     root_.AllowOnly({"description", "sockets", "handleUpperBits", "modules", "regions", "namespaces", "faults", "bmc",
-                     "bootCount", "namespaceSerial"});
+                     "securityJumper", "bootCount", "namespaceSerial"});
     if (auto text = root_.Optional("description")) text->Text(4096);
     ReadSockets();
     ReadModules();
@@ -89,6 +89,7 @@ class Builder {
       state_.nvm->NamespaceSerial = static_cast<UINT32>(serial->Unsigned(0xFFFFFFFF));
     }
     ReadBmc();
+    if (auto jumper = root_.Optional("securityJumper")) state_.securityJumperFitted = jumper->Bool();
     Check();
     return std::move(state_);
   }

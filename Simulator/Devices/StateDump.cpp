@@ -230,6 +230,7 @@ nlohmann::ordered_json DumpDeviceState(const DeviceState& state) {
     faults.push_back(entry);
   }
   dump["faults"] = faults;
+  dump["securityJumper"] = state.securityJumperFitted;
   dump["bootCount"] = model.BootCount;
   dump["namespaceSerial"] = model.NamespaceSerial;
   dump["bmc"] = Bmc(*state.bmc);

@@ -110,6 +110,7 @@ const std::vector<ImageLoadResult>& Machine::StartBoot() {
 
   auto boot = std::make_unique<Boot>();
   boot->core = std::make_unique<BootServicesCore>(bootNumber_, clock_, faults_, log_);
+  boot->core->PoolAllocator().WatchFreedBlocksFor(watchedSecrets_);
   boot->runtime = std::make_unique<RuntimeServicesCore>(variables_, clock_, log_);
   boot->loader = std::make_unique<ImageLoader>(*boot->core, *boot->runtime, log_);
   boot_ = std::move(boot);

@@ -143,6 +143,10 @@ class Machine {
   VirtualClock& Clock() { return clock_; }
   PcdService& Pcd() { return pcd_; }
 
+  // Every later boot's pool reports a freed block that still holds one of
+  // these texts (see Pool::WatchFreedBlocksFor).
+  void WatchFreedPoolFor(std::vector<std::string> texts) { watchedSecrets_ = std::move(texts); }
+
   // Parts of the current boot; throw std::logic_error between boots.
   BootServicesCore& Core();
   ProtocolDatabase& Protocols() { return Core().Protocols(); }
@@ -184,6 +188,7 @@ class Machine {
   unsigned bootNumber_ = 0;
   BootRecord record_;
   std::unique_ptr<Boot> boot_;
+  std::vector<std::string> watchedSecrets_;
 };
 
 }  // namespace carvex::sim

@@ -13,6 +13,7 @@ const char* ReportKindName(ReportKind kind) {
     case ReportKind::DanglingReference: return "dangling reference";
     case ReportKind::ResetLoop: return "reset loop";
     case ReportKind::Exception: return "exception";
+    case ReportKind::SecretInFreedPool: return "secret in freed pool";
   }
   return "report";
 }

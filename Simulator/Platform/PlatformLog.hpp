@@ -34,6 +34,7 @@ enum class ReportKind {
   DanglingReference,
   ResetLoop,
   Exception,
+  SecretInFreedPool,  // a freed block still held a watched text
 };
 
 const char* ReportKindName(ReportKind kind);

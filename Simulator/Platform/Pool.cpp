@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <sstream>
+#include <string_view>
 
 namespace carvex::sim {
 
@@ -129,11 +130,34 @@ EFI_STATUS Pool::Free(const std::string& image, VOID* buffer, const CallSite& si
   ++owner.frees;
   --owner.liveAllocations;
   owner.bytesOutstanding -= found->second.size;
+  ScanFreedBlock(buffer, found->second);
   std::memset(buffer, kFreedFill, found->second.size);
   live_.erase(found);
   freed_.insert(reinterpret_cast<std::uintptr_t>(buffer));
   std::free(buffer);
   return EFI_SUCCESS;
+}
+
+void Pool::ScanFreedBlock(const void* buffer, const Block& block) {
+  const auto* bytes = static_cast<const char*>(buffer);
+  const std::string_view contents(bytes, block.size);
+  for (const std::string& text : watched_) {
+    if (text.empty()) continue;
+    std::string wide;
+    for (char c : text) {
+      wide += c;
+      wide += '\0';
+    }
+    const char* form = contents.find(text) != std::string_view::npos   ? "8-bit"
+                       : contents.find(wide) != std::string_view::npos ? "UCS-2"
+                                                                       : nullptr;
+    if (form != nullptr) {
+      std::ostringstream message;
+      message << "a freed block of " << block.size << " bytes allocated at " << block.site.Describe()
+              << " still holds a watched text (" << form << ")";
+      log_.Report(ReportKind::SecretInFreedPool, block.image, message.str());
+    }
+  }
 }
 
 PoolStats Pool::Stats(const std::string& image) const {

@@ -62,6 +62,11 @@ class Pool {
   // to a caller that frees them), subject to the same accounting and faults.
   VOID* AllocateFor(const std::string& image, std::size_t size, const CallSite& site);
 
+  // Texts no block may still hold when it is freed (passphrases): each
+  // freed block is searched for them as 8-bit and as UCS-2 text, and a
+  // find is reported as SecretInFreedPool against the allocating image.
+  void WatchFreedBlocksFor(std::vector<std::string> texts) { watched_ = std::move(texts); }
+
   bool IsLive(const void* buffer) const { return live_.count(buffer) != 0; }
   PoolStats Stats(const std::string& image) const;
   std::map<std::string, PoolStats> AllStats() const { return stats_; }
@@ -87,6 +92,9 @@ class Pool {
   std::map<std::string, PoolStats> stats_;
   std::map<std::string, std::set<std::uintptr_t>> sites_;
   std::uint64_t sequence_ = 0;
+  std::vector<std::string> watched_;
+
+  void ScanFreedBlock(const void* buffer, const Block& block);
 };
 
 }  // namespace carvex::sim

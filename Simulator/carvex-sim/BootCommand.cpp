@@ -29,7 +29,7 @@ std::uint64_t ParseMask(const std::string& text) {
 }
 
 // The views, or why the client layer could not be read.
-void PrintInspection(SimPlatform& platform, const std::set<View>& views) {
+void PrintInspection(SimPlatform& platform, const std::set<View>& views, bool showPassphrase) {
   if (!platform.Inspection()) {
     std::cout << "module views unavailable: "
               << (platform.InspectionError().empty() ? "the boot ended before the end of POST"
@@ -37,7 +37,8 @@ void PrintInspection(SimPlatform& platform, const std::set<View>& views) {
               << "\n";
     return;
   }
-  PrintViews(std::cout, views, *platform.Inspection(), platform.devices().Bmc());
+  PrintViews(std::cout, views, *platform.Inspection(), platform.devices().Bmc(),
+             AutoUnlockOutcomes(platform.machine().Log(), platform.machine().BootNumber()), showPassphrase);
 }
 
 nlohmann::json InspectionJson(SimPlatform& platform, const std::set<View>& views) {
@@ -87,6 +88,9 @@ void AddCommonOptions(CLI::App& app, CommonOptions& options) {
   app.add_option("--capability-mask", options.capabilityMask,
                  "PlatformCapabilityMask (bit 4 App Direct, bit 5 Memory Mode)")
       ->capture_default_str();
+  app.add_flag("--show-passphrase", options.showPassphrase,
+               "Print the text of the controller's passphrase file in the audit view (otherwise only whether "
+               "it is there)");
   app.add_flag("--no-vendor-driver", options.noVendorDriver,
                "Boot without the module vendor's driver (no NVM DIMM config protocol)");
   app.add_option("--image", options.extraImages,
@@ -121,7 +125,7 @@ int RunBootCommand(const CommonOptions& common, const BootCommandOptions& option
     PrintBootSummary(std::cout, platform, summary);
     if (!views.empty()) {
       std::cout << "\n";
-      PrintInspection(platform, views);
+      PrintInspection(platform, views, common.showPassphrase);
     }
   }
   return Clean(summary) ? 0 : 1;
@@ -155,7 +159,7 @@ int RunModulesCommand(const CommonOptions& common, const std::string& views) {
   }
   std::cout << "carvex-sim: boot " << platform.devices().Nvm().BootCount << " of the machine in "
             << platform.machine().StateDirectory().string() << " (devices " << platform.Origin() << ")\n\n";
-  PrintInspection(platform, chosen);
+  PrintInspection(platform, chosen, common.showPassphrase);
   for (const PlatformReport& report : summary.reports) {
     std::cout << "PROBLEM (boot " << report.boot << ", " << ReportKindName(report.kind) << ", " << report.image
               << "): " << report.message << "\n";

@@ -1,5 +1,6 @@
 #include "ModuleViews.hpp"
 
+#include <cstdlib>
 #include <cstring>
 #include <sstream>
 #include <stdexcept>
@@ -30,25 +31,37 @@ std::string HealthName(std::uint16_t health) {
   return health < 5 ? kNames[health] : std::to_string(health);
 }
 
-void PrintModules(std::ostream& out, const Inspection& inspection) {
+std::string AutoUnlockName(std::uint8_t outcome) {
+  static const char* const kNames[] = {"Other", "Success", "Invalid Passphrase", "Passphrase Not Exist",
+                                       "Not Applicable"};
+  return outcome < 5 ? kNames[outcome] : std::to_string(outcome);
+}
+
+void PrintModules(std::ostream& out, const Inspection& inspection,
+                  const std::map<std::string, std::uint8_t>& autoUnlock) {
   out << "Modules (GetDimmDetails: " << Plural(inspection.modules.size(), "module", "modules") << ")\n";
   if (inspection.modules.empty()) {
     out << "  (none)\n";
   } else {
-    TextTable identity({"ID>", "Socket>", "Locator", "Handle", "UID", "Firmware", "Health>", "Security", "Configured"});
+    TextTable identity({"ID>", "Socket>", "Locator", "Handle", "UID", "Firmware", "Health>", "Security", "Configured",
+                        "Auto unlock"});
     TextTable capacity({"ID>", "Locator", "Capacity>", "Volatile>", "App Direct>", "Unconfigured>", "Reserved>",
                         "Inaccessible>"});
     for (const auto& module : inspection.modules) {
       const DIMM_DETAILS& d = module.details;
       identity.AddRow({std::to_string(d.DimmID), std::to_string(d.SocketId), module.locator, Hex(d.DimmHandle, 4),
                        module.uid, module.firmware, std::to_string(d.PercentageRemaining) + "%",
-                       SecurityName(d.SecurityState), d.Configured ? "yes" : "no"});
+                       SecurityName(d.SecurityState), d.Configured ? "yes" : "no",
+                       autoUnlock.count(module.locator) ? AutoUnlockName(autoUnlock.at(module.locator)) : "-"});
       capacity.AddRow({std::to_string(d.DimmID), module.locator, inspection.Capacity(d.Capacity),
                        inspection.Capacity(d.VolatileCapacity), inspection.Capacity(d.AppDirectCapacity),
                        inspection.Capacity(d.UnconfiguredCapacity), inspection.Capacity(d.ReservedCapacity),
                        inspection.Capacity(d.InaccessibleCapacity)});
     }
     identity.Print(out);
+    if (!autoUnlock.empty()) {
+      out << "  (Security as at the end of POST; Auto unlock as the driver's unlock at ready-to-boot left it)\n";
+    }
     out << "Module capacities\n";
     capacity.Print(out);
   }
@@ -121,6 +134,24 @@ void PrintGoals(std::ostream& out, const Inspection& inspection) {
   table.Print(out);
 }
 
+// The passphrase file's state; its text only when asked for.
+void PrintPassphraseFile(std::ostream& out, const BMC_MODEL& bmc, bool showPassphrase) {
+  out << "Controller passphrase file (47): ";
+  BMC_FILE* file = BmcModelFindFile(const_cast<BMC_MODEL*>(&bmc), VESK_FILE_DCPMM_PASSPHRASE);
+  if (file == nullptr) {
+    out << "absent\n";
+    return;
+  }
+  const std::uint32_t size = file->Size < BMC_MAX_FILE_SIZE ? file->Size : BMC_MAX_FILE_SIZE;
+  bool cleared = true;
+  for (std::uint32_t i = 0; i < size; ++i) cleared = cleared && file->Data[i] == 0;
+  out << (cleared ? "cleared" : "present") << ", " << size << " bytes";
+  if (showPassphrase && !cleared) {
+    out << ", text \"" << std::string(reinterpret_cast<const char*>(file->Data), strnlen(reinterpret_cast<const char*>(file->Data), size)) << "\"";
+  }
+  out << "\n";
+}
+
 void PrintAudit(std::ostream& out, const BMC_MODEL& bmc) {
   out << "Controller audit log (" << Plural(bmc.AuditCount, "event", "events") << ")\n";
   if (bmc.AuditCount == 0) {
@@ -164,7 +195,23 @@ std::set<View> ParseViews(const std::string& text) {
   return views;
 }
 
-void PrintViews(std::ostream& out, const std::set<View>& views, const Inspection& inspection, const BMC_MODEL& bmc) {
+std::map<std::string, std::uint8_t> AutoUnlockOutcomes(const PlatformLog& log, unsigned boot) {
+  // "UnlockLockedDcpmms:<locator> auto unlock state <n>", one per module.
+  static const std::string kPrefix = "UnlockLockedDcpmms:";
+  static const std::string kMarker = " auto unlock state ";
+  std::map<std::string, std::uint8_t> outcomes;
+  for (const LogLine& line : log.Lines()) {
+    if (line.boot != boot || line.text.rfind(kPrefix, 0) != 0) continue;
+    const auto at = line.text.rfind(kMarker);
+    if (at == std::string::npos || at < kPrefix.size()) continue;
+    outcomes[line.text.substr(kPrefix.size(), at - kPrefix.size())] =
+      static_cast<std::uint8_t>(std::strtoul(line.text.c_str() + at + kMarker.size(), nullptr, 10));
+  }
+  return outcomes;
+}
+
+void PrintViews(std::ostream& out, const std::set<View>& views, const Inspection& inspection, const BMC_MODEL& bmc,
+                const std::map<std::string, std::uint8_t>& autoUnlock, bool showPassphrase) {
   bool first = true;
   auto section = [&]() {
     if (!first) out << "\n";
@@ -172,7 +219,7 @@ void PrintViews(std::ostream& out, const std::set<View>& views, const Inspection
   };
   if (views.count(View::Modules)) {
     section();
-    PrintModules(out, inspection);
+    PrintModules(out, inspection, autoUnlock);
   }
   if (views.count(View::Regions)) {
     section();
@@ -188,6 +235,7 @@ void PrintViews(std::ostream& out, const std::set<View>& views, const Inspection
   }
   if (views.count(View::Audit)) {
     section();
+    PrintPassphraseFile(out, bmc, showPassphrase);
     PrintAudit(out, bmc);
   }
   const auto failures = inspection.Failures();

@@ -83,6 +83,13 @@ FakeLocateProtocol (EFI_GUID *Protocol, VOID *Registration, VOID **Interface)
     }
   }
 
+  for (auto &Extra : P.ExtraProtocols) {
+    if (std::memcmp (&Extra.first, Protocol, sizeof (EFI_GUID)) == 0) {
+      *Interface = Extra.second;
+      return EFI_SUCCESS;
+    }
+  }
+
   *Interface = nullptr;
   return EFI_NOT_FOUND;
 }

@@ -159,6 +159,9 @@ public:
   std::vector<ScrubWrite>  ScrubWrites;
   bool  ScrubInProgress () const;
 
+  // Further protocols a test publishes (GUID, interface).
+  std::vector<std::pair<EFI_GUID, VOID *>>  ExtraProtocols;
+
   // Controller command protocol.
   std::vector<AuditEvent>  AuditEvents;
   EFI_STATUS  AuditStatus = EFI_SUCCESS;

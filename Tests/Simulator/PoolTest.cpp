@@ -1,3 +1,4 @@
+#include <cstring>
 #include <vector>
 
 #include "SimTestSupport.hpp"
@@ -96,6 +97,31 @@ TEST_F(PoolTest, CallSiteFault_FailsOnlyThatSite) {
   VOID* elsewhere = nullptr;
   EXPECT_EQ(bs_->AllocatePool(EfiBootServicesData, 4, &elsewhere), EFI_SUCCESS);
   bs_->FreePool(elsewhere);
+}
+
+TEST_F(PoolTest, FreedBlockHoldingWatchedText_ReportedInEitherWidth) {
+  machine_->PoolAllocator().WatchFreedBlocksFor({"Pass-Word1"});
+  struct Case {
+    std::vector<std::uint8_t> bytes;
+    bool reported;
+  } cases[] = {
+    {{'x', 'P', 'a', 's', 's', '-', 'W', 'o', 'r', 'd', '1', 0}, true},
+    {{'P', 0, 'a', 0, 's', 0, 's', 0, '-', 0, 'W', 0, 'o', 0, 'r', 0, 'd', 0, '1', 0}, true},
+    {{'P', 'a', 's', 's', '-', 'W', 'o', 'r', 'd'}, false},  // only part of it
+    {std::vector<std::uint8_t>(20, 0), false},              // zeroed before the free
+  };
+  std::size_t expected = 0;
+  for (const Case& c : cases) {
+    VOID* block = Allocate(bs_, c.bytes.size());
+    std::memcpy(block, c.bytes.data(), c.bytes.size());
+    ASSERT_EQ(bs_->FreePool(block), EFI_SUCCESS);
+    expected += c.reported;
+    std::size_t reports = 0;
+    for (const PlatformReport& report : machine_->Log().Reports()) {
+      reports += report.kind == ReportKind::SecretInFreedPool && report.image == "TestHost";
+    }
+    EXPECT_EQ(reports, expected) << c.bytes.size() << " bytes";
+  }
 }
 
 TEST_F(PoolTest, BadFrees_ReportedNeverCrash) {
