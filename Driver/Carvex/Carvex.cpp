@@ -111,7 +111,7 @@ CarvexBeforePostComplete (
     // The form sets report their own failures; the presence flag is written
     // either way.
     CarvexSetupBeforePostComplete ();
-    // The out-of-band form set is installed here once it exists.
+    KivBeforePostComplete ();
   }
 
   Status = gRT->SetVariable (
@@ -135,8 +135,7 @@ CarvexPostComplete (
   EFI_STATUS  Status;
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
-  // Requests left out of band are applied from here once that subsystem exists.
-  Status = EFI_SUCCESS;
+  Status = KivPostComplete ();
   DEBUG ((DEBUG_WARN, "%a:Exit:%r\n", __func__, Status));
   return Status;
 }
@@ -150,7 +149,7 @@ CarvexSaveSetting (
   EFI_STATUS  Status;
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
-  Status = EFI_SUCCESS;
+  Status = KivSaveSetting ();
   CarvexSyncDcpmmPerfConfig (FALSE);
   DEBUG ((DEBUG_WARN, "%a:Exit:%r\n", __func__, Status));
   return Status;
@@ -165,7 +164,7 @@ CarvexDiscardSetting (
   EFI_STATUS  Status;
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
-  Status = EFI_SUCCESS;
+  Status = KivDiscardSetting ();
   DEBUG ((DEBUG_WARN, "%a:Exit:%r\n", __func__, Status));
   return Status;
 }
@@ -179,7 +178,7 @@ CarvexLoadDefaultSetting (
   EFI_STATUS  Status;
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
-  Status = EFI_SUCCESS;
+  Status = KivLoadDefaultSetting ();
   DEBUG ((DEBUG_ERROR, "%a:Exit\n", __func__));
   return Status;
 }
@@ -203,8 +202,8 @@ CarvexReadyToBoot (
   AutoUnlock (&Completed);
   if (Completed) {
     DEBUG ((DEBUG_ERROR, "%a:Auto Unlock has been completed, Need update the config file.\n", __func__));
-    // The controller learns the new states and outcomes through the
-    // out-of-band synchronisation once that form set exists.
+    // The controller learns the modules' new states and unlock outcomes.
+    KivSyncToOob ();
   }
 
   DEBUG ((DEBUG_ERROR, "%a:Exit\n", __func__));
