@@ -569,6 +569,57 @@ RoutePerfConfig (
   return Status;
 }
 
+STATIC
+BOOLEAN
+IsHexDigit (
+  IN CHAR16  Char
+  )
+{
+  return ((Char >= u'0') && (Char <= u'9')) || ((Char >= u'a') && (Char <= u'f')) || ((Char >= u'A') && (Char <= u'F'));
+}
+
+// The controller writes each VALUE with exactly two digits per byte of its
+// WIDTH; a shorter or longer one (which the router would pad or cut) means
+// the string is not what the controller meant. Returns the element in error,
+// or NULL when every VALUE fits its WIDTH.
+STATIC
+CONST CHAR16 *
+FindMisfitValue (
+  IN CONST CHAR16  *Configuration
+  )
+{
+  CONST CHAR16  *pWidth;
+  CONST CHAR16  *pValue;
+  UINT64        Width;
+  UINT64        Digits;
+
+  for (pWidth = StrStr (Configuration, u"&WIDTH="); pWidth != NULL; pWidth = StrStr (pWidth + 1, u"&WIDTH=")) {
+    Width = 0;
+    for (pValue = pWidth + 7; IsHexDigit (*pValue); pValue++) {
+      if (Width > sizeof (KIV_VAR)) {
+        return pWidth;
+      }
+
+      Width = Width * 16 + (UINT64)((*pValue <= u'9') ? (*pValue - u'0') : ((*pValue | 0x20) - u'a' + 10));
+    }
+
+    if (StrnCmp (pValue, u"&VALUE=", 7) != 0) {
+      return pWidth;
+    }
+
+    Digits = 0;
+    for (pValue += 7; IsHexDigit (*pValue); pValue++) {
+      Digits++;
+    }
+
+    if ((Digits != Width * 2) || ((*pValue != u'&') && (*pValue != 0))) {
+      return pWidth;
+    }
+  }
+
+  return NULL;
+}
+
 EFI_STATUS
 EFIAPI
 KivRouteConfig (
@@ -583,6 +634,7 @@ KivRouteConfig (
   KIV_VAR                          *pVar;
   UINTN                            BlockSize;
   UINT8                            DcpmmPerfConfig;
+  CONST CHAR16                     *pMisfit;
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
   ZeroMem (mKivImage, sizeof (mKivImage));
@@ -596,6 +648,15 @@ KivRouteConfig (
   // The region and module stores are read-only.
   if (!HiiIsConfigHdrMatch (Configuration, &mKivFormSetGuid, mKivVarName)) {
     Status = EFI_UNSUPPORTED;
+    DEBUG ((DEBUG_ERROR, "%a:Exit:%r\n", __func__, Status));
+    return Status;
+  }
+
+  pMisfit = FindMisfitValue (Configuration);
+  if (pMisfit != NULL) {
+    *Progress = pMisfit;
+    Status    = EFI_INVALID_PARAMETER;
+    DEBUG ((DEBUG_ERROR, "%a:ConfigToBlock:%r\n", __func__, Status));
     DEBUG ((DEBUG_ERROR, "%a:Exit:%r\n", __func__, Status));
     return Status;
   }
