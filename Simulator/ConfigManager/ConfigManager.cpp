@@ -141,7 +141,7 @@ EFI_STATUS ConfigManager::SaveByKeyword(const std::u16string& keyword, const std
 
 FormSetCopy ConfigManager::Copy(const FormSet& formSet, const std::string& reason) {
   FormSetCopy copy;
-  copy.boot = machine_.BootNumber();
+  copy.boot = BootNumber();
   copy.reason = reason;
   HiiServices* services = hii_.Services();
   EFI_HII_CONFIG_ROUTING_PROTOCOL* routing = services != nullptr ? services->ConfigRouting() : nullptr;
@@ -216,7 +216,7 @@ void ConfigManager::RouteQueued(Machine& machine) {
   std::vector<RequestedValue>& queue = controller_.Queue();
   if (queue.empty()) return;
   controller_.Outcomes().clear();
-  controller_.OutcomeBoot() = machine.BootNumber();
+  controller_.OutcomeBoot() = BootNumber();
   HiiServices* services = hii_.Services();
   EFI_HII_CONFIG_ROUTING_PROTOCOL* routing = services != nullptr ? services->ConfigRouting() : nullptr;
   const std::vector<FormSet> formSets = FormSets();

@@ -28,6 +28,7 @@
 //   boot ends.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -54,6 +55,9 @@ class ConfigManager {
   ConfigManager& operator=(const ConfigManager&) = delete;
 
   ControllerStore& Controller() { return controller_; }
+  // The machine's boot number as the person sees it (the devices' count
+  // across runs); the simulated machine's own count by default.
+  void SetBootCounter(std::function<unsigned()> counter) { bootCounter_ = std::move(counter); }
   // A note for the person when controller.json could not be read.
   const std::string& LoadWarning() const { return loadWarning_; }
 
@@ -85,6 +89,8 @@ class ConfigManager {
   Protocol protocol_{};
   EFI_BOOT_SERVICES* bootServices_ = nullptr;
   std::vector<std::string> routedKeys_;  // this boot's
+  std::function<unsigned()> bootCounter_;
+  unsigned BootNumber() const { return bootCounter_ ? bootCounter_() : machine_.BootNumber(); }
 };
 
 }  // namespace carvex::sim::kiv

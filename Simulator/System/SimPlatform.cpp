@@ -54,6 +54,7 @@ SimPlatform::SimPlatform(const SimPlatformOptions& options, std::ostream& notes)
   browsers_ = std::make_unique<browser::BrowserMachine>(*machine_, *hii_);
   devices_ = std::make_unique<devices::DevicePlatform>(*machine_, std::move(initial));
   configManager_ = std::make_unique<kiv::ConfigManager>(*machine_, *hii_);
+  configManager_->SetBootCounter([this] { return devices_->Nvm().BootCount; });
   if (!configManager_->LoadWarning().empty()) {
     notes << "carvex-sim: note: " << configManager_->LoadWarning() << "\n";
   }

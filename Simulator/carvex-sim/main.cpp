@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "BmcCommand.hpp"
 #include "BootCommand.hpp"
 #include "Devices/JsonReader.hpp"
 #include "SetupCommand.hpp"
@@ -38,6 +39,10 @@ int main(int argc, char** argv) {
 
   SetupCommandOptions setup;
   AddSetupCommand(app, setup);
+  BmcCommandOptions bmc;
+  CLI::App* bmcShow = nullptr;
+  CLI::App* bmcSet = nullptr;
+  AddBmcCommand(app, bmc, &bmcShow, &bmcSet);
 
   CLI11_PARSE(app, argc, argv);
   common.logLevelGiven = app.count("--log-level") != 0;
@@ -45,6 +50,12 @@ int main(int argc, char** argv) {
   try {
     if (app.got_subcommand("setup")) {
       return RunSetupCommand(common, setup);
+    }
+    if (bmcShow->parsed()) {
+      return RunBmcShow(common);
+    }
+    if (bmcSet->parsed()) {
+      return RunBmcSet(common, bmc);
     }
     if (modulesCommand->parsed()) {
       return RunModulesCommand(common, views);
