@@ -66,7 +66,22 @@ set(CARVEX_SETUP_SOURCES
 )
 set_source_files_properties(${CARVEX_SETUP_SOURCES} PROPERTIES
   INCLUDE_DIRECTORIES "${CarvexSetupStrings_INCLUDE_DIR};${CarvexSetupForms_INCLUDE_DIR}")
+# Out-of-band form set: its forms share the setup form set's strings.
+carvex_add_vfr(CarvexKivForms
+  VFR ${CARVEX_DRIVER_DIR}/KIV/CarvexKiv.vfr
+  HEADERS ${CARVEX_DRIVER_DIR}/KIV ${CARVEX_DRIVER_DIR}/Setup
+  OUTPUT_NAME CarvexKiv
+  STRINGS CarvexSetupStrings)
+set(CARVEX_KIV_SOURCES
+  ${CARVEX_DRIVER_DIR}/KIV/CarvexKiv.cpp
+  ${CARVEX_DRIVER_DIR}/KIV/KivConfigAccess.cpp
+)
+set_source_files_properties(${CARVEX_KIV_SOURCES} PROPERTIES
+  INCLUDE_DIRECTORIES "${CarvexSetupStrings_INCLUDE_DIR};${CarvexSetupForms_INCLUDE_DIR};${CarvexKivForms_INCLUDE_DIR}")
 list(APPEND CARVEX_DRIVER_SOURCES
+  ${CARVEX_KIV_SOURCES}
+  ${CarvexKivForms_SOURCES}
+  ${CarvexKivForms_INCLUDE_DIR}/CarvexKivBin.h
   ${CARVEX_SETUP_SOURCES}
   ${CarvexSetupStrings_SOURCES}
   ${CarvexSetupForms_SOURCES}

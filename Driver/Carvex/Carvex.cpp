@@ -112,7 +112,7 @@ CarvexBeforePostComplete (
     // The form sets report their own failures; the presence flag is written
     // either way.
     CarvexSetupBeforePostComplete ();
-    // The out-of-band form set is installed here once it exists.
+    KivBeforePostComplete ();
   }
 
   Status = gRT->SetVariable (
@@ -136,8 +136,7 @@ CarvexPostComplete (
   EFI_STATUS  Status;
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
-  // Requests left out of band are applied from here once that subsystem exists.
-  Status = EFI_SUCCESS;
+  Status = KivPostComplete ();
   DEBUG ((DEBUG_WARN, "%a:Exit:%r\n", __func__, Status));
   return Status;
 }
@@ -155,7 +154,7 @@ CarvexSaveSetting (
   // out-of-band save, and the performance profile taken from the platform
   // after it.
   SetupActionsForThresholds (THRESHOLD_ACTION_SAVE);
-  Status = EFI_SUCCESS;
+  Status = KivSaveSetting ();
   CarvexSyncDcpmmPerfConfig (FALSE);
   DEBUG ((DEBUG_WARN, "%a:Exit:%r\n", __func__, Status));
   return Status;
@@ -171,7 +170,7 @@ CarvexDiscardSetting (
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
   SetupActionsForThresholds (THRESHOLD_ACTION_DISCARD);
-  Status = EFI_SUCCESS;
+  Status = KivDiscardSetting ();
   DEBUG ((DEBUG_WARN, "%a:Exit:%r\n", __func__, Status));
   return Status;
 }
@@ -186,7 +185,7 @@ CarvexLoadDefaultSetting (
 
   DEBUG ((DEBUG_WARN, "%a:Enter\n", __func__));
   SetupActionsForThresholds (THRESHOLD_ACTION_LOAD_DEFAULTS);
-  Status = EFI_SUCCESS;
+  Status = KivLoadDefaultSetting ();
   DEBUG ((DEBUG_ERROR, "%a:Exit\n", __func__));
   return Status;
 }
@@ -210,8 +209,8 @@ CarvexReadyToBoot (
   AutoUnlock (&Completed);
   if (Completed) {
     DEBUG ((DEBUG_ERROR, "%a:Auto Unlock has been completed, Need update the config file.\n", __func__));
-    // The controller learns the new states and outcomes through the
-    // out-of-band synchronisation once that form set exists.
+    // The controller learns the modules' new states and unlock outcomes.
+    KivSyncToOob ();
   }
 
   DEBUG ((DEBUG_ERROR, "%a:Exit\n", __func__));

@@ -25,7 +25,6 @@ KivSetupEnter (
     return;
   }
 
-  // The push of the modules' state to the controller joins here together
-  // with the out-of-band form set.
+  KivSyncToOob ();
   DEBUG ((DEBUG_WARN, "%a:Exit\n", __func__));
 }

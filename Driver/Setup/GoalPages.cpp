@@ -16,6 +16,7 @@
 #include "CarvexSetupStrDefs.h"
 #include "CarvexSetupVar.h"
 #include "../Library/MultiLanguageLib/MultiLanguageLib.h"
+#include "../KIV/CarvexKiv.h"
 #include "../NvmDimmConfig/CarvexConfig.h"
 #include "../NvmDimmConfig/Namespaces.h"
 #include <Guid/CarvexVariables.h>
@@ -453,8 +454,8 @@ SetupCreateGoal (
       ShowGoalMessage (SETUP_MESSAGE_TYPE_INFO, STR_SETUP_MSG_GOAL_CREATED);
       UpdatePendingGoalForGoal ();
       DEBUG ((DEBUG_WARN, "%a:UpdatePendingGoalForGoal after create goal successfully.\n", __func__));
-      // The configuration manager is told to resynchronise here
-      // (ForceKivSyncWithOOB) once the out-of-band configuration exists.
+      // The controller must see the new pending goal.
+      ForceKivSyncWithOOB ();
     } else if (StatusCode == NVM_STATUS_CREATE_GOAL_NOT_ALLOWED) {
       ShowGoalMessage (SETUP_MESSAGE_TYPE_ERROR, STR_SETUP_MSG_GOAL_SECURITY_ENABLED);
     } else {

@@ -134,7 +134,8 @@ VendorModules (
   Status = gFwBS->StartImage (Driver, NULL, NULL);
   TestExpect (Status == EFI_SUCCESS, "entry-succeeds", "entry returned %r", Status);
   Status = PlatformDispatch (mSlots);
-  TestExpect (Status == EFI_SUCCESS, "end-of-post-slots", "slot 2 returned %r", Status);
+  // Post-complete answers Not Found when no out-of-band request was routed.
+  TestExpect ((Status == EFI_SUCCESS) || (Status == EFI_NOT_FOUND), "end-of-post-slots", "slot 2 returned %r", Status);
 
   // The driver found the modules behind the vendor protocol at slot 1.
   Size   = sizeof (Present);

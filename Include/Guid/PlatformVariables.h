@@ -17,6 +17,9 @@ CARVEX_GUID_DEFINE (gSocketMemoryConfigGuid, 0x98CF19ED, 0x4109, 0x4681, 0xB7, 0
 // PostResetReq and KivSyncWithOob share this vendor GUID.
 CARVEX_GUID_DEFINE (gPlatformRequestVariableGuid, 0x3E40977A, 0x425E, 0x460F, 0xB9, 0xCD, 0x2D, 0xFA, 0x3E, 0x74, 0xFF, 0x8B);
 #define POST_RESET_REQ_NAME  u"PostResetReq"
+// One byte, 1: the configuration manager resynchronises the whole KIV copy
+// with the controller at its next chance, then deletes the variable.
+#define KIV_SYNC_WITH_OOB_NAME  u"KivSyncWithOob"
 
 // Performance profile values, shared by the platform and the driver's copy.
 #define PERF_PROFILE_BW_OPTIMIZED       0

@@ -33,6 +33,18 @@ std::size_t RequestError(std::u16string_view section) {
     return kNone;
   }
   if (hasName) {
+    // The configuration manager's multi-instance request: one INSTANCE
+    // element (four hex digits) before any block, passed to the driver.
+    if (hii::StartsWith(section.substr(i), u"&INSTANCE=")) {
+      const std::size_t digits = i + 10;
+      if (section.size() < digits + 4 || !std::all_of(section.begin() + digits, section.begin() + digits + 4, hii::IsHexDigit)) {
+        return i;
+      }
+      i = digits + 4;
+      if (i == section.size()) {
+        return kNone;
+      }
+    }
     for (;;) {
       if (!hii::StartsWith(section.substr(i), u"&OFFSET=")) {
         return i;

@@ -50,8 +50,10 @@ std::vector<std::string> Fields(const std::string& text) {
 // An exit line is a failure only with an error status other than
 // "Unsupported", a configuration access function's ordinary answer for
 // requests that are not its own; another line is one when it says it
-// failed or carries an error status.
+// failed or carries an error status. Post-complete answers "Not Found" when
+// the controller routed no request in this boot: that is no failure either.
 bool ReportsFailure(const std::string& text) {
+  if (text == "KivPostComplete:Exit:Not Found" || text == "KivPostComplete:GetVariable KivVar:Not Found") return false;
   const std::vector<std::string> fields = Fields(text);
   for (std::size_t i = 0; i < fields.size(); ++i) {
     if (fields[i] != "Exit") continue;
@@ -77,6 +79,7 @@ std::optional<std::string> FailedSlot(const std::string& text) {
     return std::nullopt;
   }
   if (!EFI_ERROR(static_cast<EFI_STATUS>(status))) return std::nullopt;
+  if (slot == 2 && static_cast<EFI_STATUS>(status) == EFI_NOT_FOUND) return std::nullopt;  // no request routed
   return "slot " + std::to_string(slot) + " (" + SlotName(slot) + ") returned " +
          StatusName(static_cast<EFI_STATUS>(status));
 }

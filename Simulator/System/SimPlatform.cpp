@@ -53,6 +53,11 @@ SimPlatform::SimPlatform(const SimPlatformOptions& options, std::ostream& notes)
   hii_ = std::make_unique<HiiMachine>(*machine_);
   browsers_ = std::make_unique<browser::BrowserMachine>(*machine_, *hii_);
   devices_ = std::make_unique<devices::DevicePlatform>(*machine_, std::move(initial));
+  configManager_ = std::make_unique<kiv::ConfigManager>(*machine_, *hii_);
+  configManager_->SetBootCounter([this] { return devices_->Nvm().BootCount; });
+  if (!configManager_->LoadWarning().empty()) {
+    notes << "carvex-sim: note: " << configManager_->LoadWarning() << "\n";
+  }
   origin_ = devices_->Continued()           ? "continued from " + devices_->StateFile().string()
             : !options.platformFile.empty() ? "new machine from " + options.platformFile.string()
                                             : "new machine from the embedded board";

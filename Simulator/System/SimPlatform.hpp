@@ -2,7 +2,8 @@
 // machine (boot and runtime services, variables, PCD, debug sink), then, at
 // each boot and in this order, the HII database, string and routing
 // services, the form browser with the POST message service, and the device
-// models behind the module vendor's driver and the controller, before any
+// models behind the module vendor's driver and the controller, and the
+// configuration manager (KIV) with the controller's copy, before any
 // image's entry point runs. Entering setup only adds the user's visit.
 //
 //   SimPlatform platform(options, std::cerr);
@@ -20,6 +21,7 @@
 #include <vector>
 
 #include "BrowserMachine.hpp"
+#include "ConfigManager.hpp"
 #include "Devices/ClientProbe.hpp"
 #include "Devices/DevicePlatform.hpp"
 #include "HiiMachine.hpp"
@@ -54,6 +56,8 @@ class SimPlatform {
   HiiMachine& hii() { return *hii_; }
   browser::BrowserMachine& browsers() { return *browsers_; }
   devices::DevicePlatform& devices() { return *devices_; }
+  // The platform's configuration manager and the controller's copy.
+  kiv::ConfigManager& configManager() { return *configManager_; }
 
   // A whole boot (and the boots its resets lead to).
   BootSummary Boot(const BootOptions& options = {});
@@ -72,6 +76,7 @@ class SimPlatform {
   // Declared in reverse order of teardown: the machine goes first, since
   // ending a boot still under way runs the devices' hooks.
   std::unique_ptr<devices::DevicePlatform> devices_;
+  std::unique_ptr<kiv::ConfigManager> configManager_;
   std::unique_ptr<HiiMachine> hii_;
   std::unique_ptr<browser::BrowserMachine> browsers_;
   std::unique_ptr<Machine> machine_;

@@ -23,13 +23,13 @@ struct CommonOptions {
   std::filesystem::path platformFile;  // empty: the embedded board
   std::vector<std::filesystem::path> extraImages;  // loaded after the driver, in order
   bool sampleForms = false;                        // the HII sample driver, for a demo
+  bool showPassphrase = false;                     // the passphrase file's text in the audit view
   bool json = false;                               // one JSON document instead of the text
 
   // The platform's options; throws std::invalid_argument for a bad mask.
   SimPlatformOptions Platform(bool clientProbe) const;
   // The driver log's display mask; throws std::invalid_argument.
   UINT32 DisplayMask() const;
-  bool showPassphrase = false;                     // the passphrase file's text in the audit view
 };
 
 struct BootCommandOptions {

@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "BmcCommand.hpp"
 #include "BootCommand.hpp"
 #include "Devices/JsonReader.hpp"
 #include "InventoryCommand.hpp"
@@ -39,6 +40,10 @@ int main(int argc, char** argv) {
 
   SetupCommandOptions setup;
   AddSetupCommand(app, setup);
+  BmcCommandOptions bmc;
+  CLI::App* bmcShow = nullptr;
+  CLI::App* bmcSet = nullptr;
+  AddBmcCommand(app, bmc, &bmcShow, &bmcSet);
 
   InventoryCommandOptions inventory;
   CLI::App* inventoryCommand = AddInventoryCommand(app, inventory);
@@ -52,6 +57,12 @@ int main(int argc, char** argv) {
     }
     if (inventoryCommand->parsed()) {
       return RunInventoryCommand(common, inventory);
+    }
+    if (bmcShow->parsed()) {
+      return RunBmcShow(common);
+    }
+    if (bmcSet->parsed()) {
+      return RunBmcSet(common, bmc);
     }
     if (modulesCommand->parsed()) {
       return RunModulesCommand(common, views);

@@ -93,9 +93,9 @@ TEST(BeforePostCompleteTest, PresenceWriteFails_SlotReturnsWriteStatusNotLocateS
   machine->EndOfPost();
   EXPECT_EQ(machine->CurrentBoot().SlotStatus(1), EFI_WRITE_PROTECTED);
   // This platform has no component data storage: slot 0 passes on the
-  // inventory's locate status.
+  // inventory's locate status. No out-of-band request was routed.
   EXPECT_EQ(machine->CurrentBoot().SlotStatus(0), EFI_NOT_FOUND);
-  EXPECT_EQ(machine->CurrentBoot().SlotStatus(2), EFI_SUCCESS);
+  EXPECT_EQ(machine->CurrentBoot().SlotStatus(2), EFI_NOT_FOUND);
 }
 
 TEST(ProtocolBindingTest, LocatedOnce_LaterUsesMakeNoLocateCall) {
@@ -168,14 +168,15 @@ TEST(SetupExitTest, EachExit_ReachesItsSlotAndLogsItsExitLevel) {
   }
 }
 
-TEST(DriverPoolTest, WholeBootWithSetup_DriverHoldsNoPool) {
+// Only the out-of-band region cache outlives the boot's steps: one list.
+TEST(DriverPoolTest, WholeBootWithSetup_DriverHoldsOnlyTheRegionCache) {
   ScenarioMachine machine;
   sim::BootOptions options;
   options.enterSetup = true;
   options.legacyBoot = true;
   const sim::BootSummary summary = machine->RunBoot(options);
   for (const auto& boot : summary.boots) {
-    EXPECT_EQ(boot.leaks.CountFor(kDriverImage), 0u) << boot.leaks.Format();
+    EXPECT_LE(boot.leaks.CountFor(kDriverImage), 1u) << boot.leaks.Format();
   }
   EXPECT_TRUE(summary.reports.empty());
   EXPECT_TRUE(machine->Debug().Assertions().empty());

@@ -40,7 +40,9 @@ SetupBoot::SetupBoot(std::uint64_t capabilityMask, sim::PerformanceProfile profi
   machine_->EndOfPost();
   host_ = machine_->AttachHostImage("SetupTest");
   for (const auto& list : Hii().PackageLists()) {
-    if (std::memcmp(&list.packageListGuid, &kSetupPackageListGuid, sizeof(EFI_GUID)) == 0) {
+    // The out-of-band form set is registered later under the same package
+    // list GUID: the setup form set's list is the first.
+    if (list_.handle == nullptr && std::memcmp(&list.packageListGuid, &kSetupPackageListGuid, sizeof(EFI_GUID)) == 0) {
       list_ = list;
     }
   }
