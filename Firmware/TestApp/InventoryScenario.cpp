@@ -194,7 +194,8 @@ InventoryRecords (
     HandOver->Board->CallCount[BOARD_CALL_DIMM_MAP]
     );
   Status = PlatformDispatch (mSlots);
-  TestExpect (Status == EFI_SUCCESS, "end-of-post-slots", "slot 2 returned %r", Status);
+  // Post-complete answers Not Found when no out-of-band request was routed.
+  TestExpect ((Status == EFI_SUCCESS) || (Status == EFI_NOT_FOUND), "end-of-post-slots", "slot 2 returned %r", Status);
 
   Stored   = 0;
   Matching = 0;

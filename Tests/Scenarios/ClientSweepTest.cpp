@@ -178,13 +178,15 @@ TEST (ClientSweepTest, EveryClientProbeAllocationFailing_NoCrashLeakOrSilentFail
     if (run.injected == 0) break;
     // What a failed probe call changes in the modules may make the driver
     // unlock at ready-to-boot and refresh its out-of-band region cache: the
-    // outcome table and that cache are the driver's end-of-boot state.
+    // outcome table and that cache are the driver's end-of-boot state, as
+    // are the platform data library's copies of the DIMM map and network
+    // table.
     sim::LeakReport probeLeaks;
     for (const sim::Leak& leak : run.record.leaks.leaks) {
       if (leak.image != "CarvexDxe") probeLeaks.leaks.push_back(leak);
     }
     EXPECT_EQ(UnexpectedLeaks(probeLeaks, clean.record.leaks), "");
-    EXPECT_LE(run.record.leaks.CountFor("CarvexDxe"), 2u) << run.record.leaks.Format();
+    EXPECT_LE(run.record.leaks.CountFor("CarvexDxe"), 4u) << run.record.leaks.Format();
     EXPECT_TRUE(run.reports.empty()) << run.reports.front().image << ": " << run.reports.front().message;
     EXPECT_EQ(run.assertions, 0u);
     EXPECT_TRUE(run.failedStatus || run.errorLogged) << "the failed allocation left no trace";

@@ -105,8 +105,9 @@ TEST_F(SimPlatformTest, VendorFaultDuringModuleQuery_CountsAndNamesTheFirstFailu
 
   const DriverErrors errors = CountDriverErrors(summary, SimPlatform::kDriverImage);
   EXPECT_GT(errors.count, 0u);
-  // The out-of-band form set reads the modules first, at before-post-complete.
-  EXPECT_EQ(errors.first, "GetDimms:Fail to GetDimmCount:Device Error");
+  // Whichever part of the boot counts the modules first (the inventory, the
+  // out-of-band form set) reports the failed count.
+  EXPECT_NE(errors.first.find(":Fail to GetDimmCount:Device Error"), std::string::npos) << errors.first;
   bool lineSeen = false;
   for (const LogLine& line : summary.log) {
     if (line.image == SimPlatform::kDriverImage && line.text == errors.first) lineSeen = true;
