@@ -37,79 +37,39 @@ typedef struct {
   BOOLEAN                   ReturnStatus;
 } SETUP_CALLBACK_ROW;
 
-STATIC
-EFI_STATUS
-EFIAPI
-CheckCapacityRow (
-  IN EFI_QUESTION_ID         QuestionId,
-  IN UINT16                  Index,
-  IN OUT EFI_IFR_TYPE_VALUE  *Value
-  )
-{
-  (VOID)QuestionId;
-  (VOID)Index;
-  (VOID)Value;
-  return SetupCheckIfInvalid ();
-}
+// Rows adapt a handler to the table's signature by what it takes: nothing,
+// the question's offset from the row's first question, or the question
+// itself (with the browser's value for the password questions).
+#define SETUP_ROW(Row, Call)                                                  \
+  STATIC EFI_STATUS EFIAPI Row (                                              \
+    IN EFI_QUESTION_ID QuestionId, IN UINT16 Index, IN OUT EFI_IFR_TYPE_VALUE *Value) \
+  {                                                                           \
+    (VOID)QuestionId;                                                         \
+    (VOID)Index;                                                              \
+    (VOID)Value;                                                              \
+    return Call;                                                              \
+  }
+
+SETUP_ROW (CheckCapacityRow, SetupCheckIfInvalid ())
 
 // Security page: the refreshes and the password questions, whose status
 // the browser needs for its conversation.
-STATIC
-EFI_STATUS
-EFIAPI
-SecurityRefreshRow (
-  IN EFI_QUESTION_ID         QuestionId,
-  IN UINT16                  Index,
-  IN OUT EFI_IFR_TYPE_VALUE  *Value
-  )
-{
-  (VOID)Index;
-  (VOID)Value;
-  return UpdateSecurityState (QuestionId);
-}
-
-#define SECURITY_ROW_HANDLER(Row, Handler)  \
-  STATIC EFI_STATUS EFIAPI Row (IN EFI_QUESTION_ID QuestionId, IN UINT16 Index, IN OUT EFI_IFR_TYPE_VALUE *Value) \
-  {                                         \
-    (VOID)Index;                            \
-    return Handler (Value, QuestionId);     \
-  }
-
-SECURITY_ROW_HANDLER (SecurityEnableRow, EnableSecurity)
-SECURITY_ROW_HANDLER (SecurityChangeRow, ChangeSecurityPassphrase)
-SECURITY_ROW_HANDLER (SecurityDisableRow, DisableSecurity)
-SECURITY_ROW_HANDLER (SecurityEraseRow, SecurityErase)
-SECURITY_ROW_HANDLER (SecurityEraseNoPassphraseRow, SecurityEraseWithoutPassphrase)
+SETUP_ROW (SecurityRefreshRow, UpdateSecurityState (QuestionId))
+SETUP_ROW (SecurityEnableRow, EnableSecurity (Value, QuestionId))
+SETUP_ROW (SecurityChangeRow, ChangeSecurityPassphrase (Value, QuestionId))
+SETUP_ROW (SecurityDisableRow, DisableSecurity (Value, QuestionId))
+SETUP_ROW (SecurityEraseRow, SecurityErase (Value, QuestionId))
+SETUP_ROW (SecurityEraseNoPassphraseRow, SecurityEraseWithoutPassphrase (Value, QuestionId))
 
 // Module details, goal and region pages.
-STATIC
-EFI_STATUS
-EFIAPI
-DimmDetailsRow (
-  IN EFI_QUESTION_ID         QuestionId,
-  IN UINT16                  Index,
-  IN OUT EFI_IFR_TYPE_VALUE  *Value
-  )
-{
-  (VOID)QuestionId;
-  (VOID)Index;
-  (VOID)Value;
-  return UpdateDimmDetailsForm ();
-}
-
-STATIC
-EFI_STATUS
-EFIAPI
-SocketDimmDetailsRow (
-  IN EFI_QUESTION_ID         QuestionId,
-  IN UINT16                  Index,
-  IN OUT EFI_IFR_TYPE_VALUE  *Value
-  )
-{
-  (VOID)QuestionId;
-  (VOID)Value;
-  return UpdateSocketDimmDetailsForm (Index);
-}
+SETUP_ROW (DimmDetailsRow, UpdateDimmDetailsForm ())
+SETUP_ROW (SocketDimmDetailsRow, UpdateSocketDimmDetailsForm (Index))
+SETUP_ROW (CreateGoalRow, SetupCreateGoal ())
+SETUP_ROW (PendingGoalDetailsRow, UpdatePendingGoalDetailsForPoocessor (Index))
+SETUP_ROW (DeleteGoalRow, SetupDeleteGoal ())
+SETUP_ROW (RegionListRow, UpdateRegionListForm ())
+SETUP_ROW (RegionDetailsRow, UpdateRegionDetailsForm (Index))
+SETUP_ROW (CheckNamespaceRow, SetupCheckNamespace (QuestionId))
 
 // Opening "Goals" refreshes the pending goals even when the processor
 // flags could not be updated.
@@ -129,108 +89,9 @@ GoalsPageRow (
   return UpdatePendingGoalForGoal ();
 }
 
-STATIC
-EFI_STATUS
-EFIAPI
-CreateGoalRow (
-  IN EFI_QUESTION_ID         QuestionId,
-  IN UINT16                  Index,
-  IN OUT EFI_IFR_TYPE_VALUE  *Value
-  )
-{
-  (VOID)QuestionId;
-  (VOID)Index;
-  (VOID)Value;
-  return SetupCreateGoal ();
-}
-
-STATIC
-EFI_STATUS
-EFIAPI
-PendingGoalDetailsRow (
-  IN EFI_QUESTION_ID         QuestionId,
-  IN UINT16                  Index,
-  IN OUT EFI_IFR_TYPE_VALUE  *Value
-  )
-{
-  (VOID)QuestionId;
-  (VOID)Value;
-  return UpdatePendingGoalDetailsForPoocessor (Index);
-}
-
-STATIC
-EFI_STATUS
-EFIAPI
-DeleteGoalRow (
-  IN EFI_QUESTION_ID         QuestionId,
-  IN UINT16                  Index,
-  IN OUT EFI_IFR_TYPE_VALUE  *Value
-  )
-{
-  (VOID)QuestionId;
-  (VOID)Index;
-  (VOID)Value;
-  return SetupDeleteGoal ();
-}
-
-STATIC
-EFI_STATUS
-EFIAPI
-RegionListRow (
-  IN EFI_QUESTION_ID         QuestionId,
-  IN UINT16                  Index,
-  IN OUT EFI_IFR_TYPE_VALUE  *Value
-  )
-{
-  (VOID)QuestionId;
-  (VOID)Index;
-  (VOID)Value;
-  return UpdateRegionListForm ();
-}
-
-STATIC
-EFI_STATUS
-EFIAPI
-RegionDetailsRow (
-  IN EFI_QUESTION_ID         QuestionId,
-  IN UINT16                  Index,
-  IN OUT EFI_IFR_TYPE_VALUE  *Value
-  )
-{
-  (VOID)QuestionId;
-  (VOID)Value;
-  return UpdateRegionDetailsForm (Index);
-}
-
-STATIC
-EFI_STATUS
-EFIAPI
-CheckNamespaceRow (
-  IN EFI_QUESTION_ID         QuestionId,
-  IN UINT16                  Index,
-  IN OUT EFI_IFR_TYPE_VALUE  *Value
-  )
-{
-  (VOID)Index;
-  (VOID)Value;
-  return SetupCheckNamespace (QuestionId);
-}
-
 // The threshold page's link (entry) and editable threshold (changed) are
 // the two actions of the same name.
-STATIC
-EFI_STATUS
-EFIAPI
-ThresholdsRow (
-  IN EFI_QUESTION_ID         QuestionId,
-  IN UINT16                  Index,
-  IN OUT EFI_IFR_TYPE_VALUE  *Value
-  )
-{
-  (VOID)Index;
-  (VOID)Value;
-  return SetupActionsForThresholds (QuestionId);
-}
+SETUP_ROW (ThresholdsRow, SetupActionsForThresholds (QuestionId))
 
 // Tested in row order; the namespace pages take their rows here as they
 // are added.
